@@ -1,0 +1,62 @@
+// Numbers as text and back, on spans of characters: no heap, no locale.
+//
+// Integers are digits with a '-' where needed. Floating-point numbers are the shortest text that parses back to the
+// same value, in fixed or scientific notation, whichever is shorter; infinities are "inf" and "-inf", NaNs "nan" and
+// "-nan" (of a NaN only the sign survives). Truth is "true" and "false". No text holds a space or a zero byte.
+#pragma once
+
+#include <charconv>
+#include <concepts>
+#include <cstddef>
+#include <string_view>
+#include <type_traits>
+
+namespace qor {
+
+/// Room that is enough for the text of any one number: 64 binary digits and a sign.
+inline constexpr std::size_t kMaxNumberText = 65;
+
+/// Room that is enough for the text of any one number in decimal: 24 characters for -2.2250738585072014e-308.
+inline constexpr std::size_t kMaxDecimalText = 32;
+
+/// Writes the text of `value` to `to` and returns its end. `to` has room for kMaxNumberText characters, or for
+/// kMaxDecimalText if `base` is 10. No zero byte is added. `base` is 2 to 36, and of no effect but on integers.
+template <typename T>
+char* formatNumber(char* to, T value, int base = 10) {
+    static_assert(std::is_arithmetic_v<T> && sizeof(T) <= 8);
+    char* const end = to + (base == 10 ? kMaxDecimalText : kMaxNumberText);
+    if constexpr (std::same_as<T, bool>) {
+        constexpr std::string_view words[] = {"false", "true"};
+        return to + words[value].copy(to, words[value].size());
+    } else if constexpr (std::floating_point<T>) {
+        return std::to_chars(to, end, value).ptr;
+    } else {
+        return std::to_chars(to, end, value, base).ptr;
+    }
+}
+
+/// Reads the whole of `text` as one number. False, with `out` unchanged, if the text is empty, holds anything that is
+/// not part of the number (a space, a '+', a base prefix), or names a number that T cannot hold.
+template <typename T>
+bool parseNumber(std::string_view text, T& out, int base = 10) {
+    static_assert(std::is_arithmetic_v<T> && sizeof(T) <= 8);
+    if constexpr (std::same_as<T, bool>) {
+        if (text != "true" && text != "false") return false;
+        out = text == "true";
+        return true;
+    } else {
+        const char* const end = text.data() + text.size();
+        T value;
+        std::from_chars_result result;
+        if constexpr (std::floating_point<T>) {
+            result = std::from_chars(text.data(), end, value);
+        } else {
+            result = std::from_chars(text.data(), end, value, base);
+        }
+        if (result.ec != std::errc() || result.ptr != end) return false;
+        out = value;
+        return true;
+    }
+}
+
+}  // namespace qor

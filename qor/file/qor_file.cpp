@@ -1,0 +1,492 @@
+// The file layer: life cycle, transport, texts and scalars, in the order of the header.
+//
+// Every byte passes through `writeInternal` or `readInternal`, and with them through the one staging buffer; the
+// reading of a whole text is the only exception. Which calls the stream receives, in which order and of which sizes, is
+// part of the behaviour: a faster way that holds the same conversation is free, one that changes it is a different
+// library.
+#include "qor/file/qor_file.h"
+
+#include <cassert>
+#include <cstring>
+#include <new>
+#include <vector>
+
+#include "qor/core/number_text.h"
+#include "qor/core/path.h"
+#include "qor/file/error_text.h"
+
+namespace qor {
+
+using namespace impl::errorText;
+
+File::File() : RefersTo(new impl::File) {}
+
+bool File::open(String path, Mode mode, Format format) { return self().open(path, mode, format); }
+bool File::close() { return self().close(); }
+bool File::flush() { return self().flush(); }
+
+std::uint64_t File::seek(std::int64_t offset) { return self().seek(offset, fs::kFromStart); }
+std::uint64_t File::skip(std::int64_t n) { return self().seek(n, fs::kFromCurrent); }
+unsigned char File::peek() { return self().peek(); }
+
+bool File::write(std::string_view text) { return self().writeText(text.substr(0, text.find('\0'))); }
+
+bool File::print(const char* fmt, ...) {
+    std::va_list args;
+    va_start(args, fmt);
+    const bool written = self().print(fmt, args, "");
+    va_end(args);
+    return written;
+}
+
+bool File::printLn(const char* fmt, ...) {
+    std::va_list args;
+    va_start(args, fmt);
+    const bool written = self().print(fmt, args, "\n");
+    va_end(args);
+    return written;
+}
+
+namespace impl {
+namespace {
+
+// The stream's answer where it cannot tell its offset.
+constexpr std::uint64_t kNoPosition = ~std::uint64_t{0};
+
+constinit StaticText kReadBytes("rb");
+constinit StaticText kWriteBytes("wb");
+
+// a - b where b may be the larger. A position beyond a file's end makes the figure wrap, and the wrapped figure is what
+// is reported then; everything else in this file is computed so that it cannot wrap.
+#if defined(__clang__)
+#define QOR_WRAPS [[clang::no_sanitize("unsigned-integer-overflow")]]
+#else
+#define QOR_WRAPS
+#endif
+QOR_WRAPS constexpr std::uint64_t wrappedDifference(std::uint64_t a, std::uint64_t b) { return a - b; }
+
+std::string_view upToZero(const char* text, std::uint64_t n) {
+    const void* const zero = std::memchr(text, '\0', n);
+    return {text, zero ? static_cast<std::size_t>(static_cast<const char*>(zero) - text) : n};
+}
+
+bool addPiece(std::vector<String>& pieces, std::string_view text) try {
+    String piece;
+    if (!piece.assign(text)) return false;
+    pieces.push_back(piece);
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
+}
+
+// Figures of a message, as printf wants them.
+String figures(const char* pattern, std::uint64_t requested, std::uint64_t done) {
+    return String::format(pattern, static_cast<unsigned long long>(requested), static_cast<unsigned long long>(done));
+}
+
+}  // namespace
+
+// ---- Opening and closing --------------------------------------------------------------------------------------------
+
+File::~File() { static_cast<void>(close()); }
+
+bool File::open(String path, Mode newMode, Format newFormat) {
+    error = "";
+    if (stream) {
+        const bool flushed = flush();
+        if (fs::Fclose(stream) != 0 || !flushed) fail(kCloseFailed);
+    }
+    reset();
+    format = newFormat;
+    mode = newMode;
+
+    const Path named(path, true);
+    if (named.isFile()) path = named.canonical();
+    const bool writes = mode == Mode::Write || mode == Mode::ReadWrite;
+    stream = fs::Fopen(path, writes ? kWriteBytes : kReadBytes);
+    if (!stream) return false;
+    if (mode == Mode::Write) return true;
+
+    length = seek(0, fs::kFromEnd);
+    if (mode == Mode::ReadWrite || seek(0, fs::kFromStart) == 0) return true;
+    static_cast<void>(close());
+    return fail(kRewindFailed);
+}
+
+bool File::close() {
+    error = "";
+    bool closed = true;
+    if (stream) {
+        const bool flushed = flushStep();
+        closed = fs::Fclose(stream) == 0 && flushed;
+        if (!closed) fail(kCloseFailed);
+    }
+    reset();
+    mode = Mode::Read;
+    format = Format::Text;
+    return closed;
+}
+
+bool File::flush() {
+    error = "";
+    return !stream || flushStep();
+}
+
+// Everything but `mode`, `format` and `error`, as it is in a closed file.
+void File::reset() {
+    buffer.clear(bufPos);
+    buffer.wipe();
+    stream = nullptr;
+    length = filePos = chunkStart = chunkEnd = bufPos = position = 0;
+}
+
+// What flush, close and every seek begin with: staged bytes go to the stream, a loaded chunk is dropped.
+bool File::flushStep() {
+    if (mode != Mode::Write) {
+        // Deliberate, while reading: the rest of the chunk is forgotten and the stream is not moved back, so the next
+        // read goes on at the chunk's end. In Mode::ReadWrite what was staged is lost. Kept by
+        // Flush.WhileReadingGoesOnAtTheEndOfTheChunk and ThirdMode.FlushDropsWhatIsStaged.
+        buffer.clear(bufPos);
+        bufPos = chunkStart = chunkEnd = 0;
+        return true;
+    }
+    bool done = true;
+    if (bufPos > 0) {
+        done = fs::Fwrite(buffer.at(0), 1, bufPos, stream) == bufPos;
+        if (!done) fail(kStagingWriteFailed);
+        buffer.clear(bufPos);
+        bufPos = chunkStart = chunkEnd = 0;
+    }
+    done = fs::Fflush(stream) == 0 && done;
+    if (!done) fail(error + kFlushFailed);
+    tellPosition();
+    return done;
+}
+
+// Takes the stream's offset as the position of file and caller. All bits set if the stream cannot tell it.
+std::uint64_t File::tellPosition() {
+    const std::int64_t told = fs::Ftell(stream);
+    if (told == -1) {
+        fail(kTellFailed);
+        position = filePos;
+        return kNoPosition;
+    }
+    filePos = position = static_cast<std::uint64_t>(told);
+    return position;
+}
+
+bool File::okToWrite() {
+    if (!stream) return fail(kCannotWriteClosed);
+    if (mode == Mode::Read) return fail(kCannotWriteReading);
+    return true;
+}
+
+bool File::okToRead() {
+    if (!stream) return fail(kCannotReadClosed);
+    if (mode == Mode::Write) return fail(kCannotReadWriting);
+    return true;
+}
+
+bool File::fail(const String& reason) {
+    error = reason;
+    if (error.isEmpty()) error = kOutOfMemory;  // there was no memory left to say what happened
+    return false;
+}
+
+void File::check() const {
+    assert(bufPos <= kStagingSize);
+    assert(mode != Mode::Write || (chunkStart == 0 && chunkEnd == 0));
+    assert(mode != Mode::Read || chunkEnd - chunkStart <= kStagingSize);
+    assert(mode != Mode::Read || bufPos == 0 || (bufPos <= chunkEnd - chunkStart && chunkEnd == filePos));
+}
+
+// ---- The transport --------------------------------------------------------------------------------------------------
+
+bool File::writeInternal(const void* data, std::uint64_t n) {
+    check();
+    if (n > kStagingSize - bufPos && !spill()) return false;
+    if (n > kStagingSize) {
+        const std::uint64_t written = fs::Fwrite(data, 1, n, stream);
+        // Deliberate: the first figure is what is staged, which is 0 here, and not what was requested.
+        // Kept by Transport.AFailedDirectWriteReportsARequestOfZero.
+        if (written != n) return fail(figures(kWriteFailed, bufPos, written));
+        filePos += n;
+        position += n;
+        return true;
+    }
+    if (n > 0) std::memcpy(buffer.at(bufPos), data, n);
+    advance(n);
+    buffer.keep(bufPos);
+    return true;
+}
+
+// Hands all that is staged to the stream, be it nothing. Where the stream takes less, all of it stays staged.
+bool File::spill() {
+    const std::uint64_t written = fs::Fwrite(buffer.at(0), 1, bufPos, stream);
+    if (written != bufPos) return fail(figures(kWriteFailed, bufPos, written));
+    buffer.clear(bufPos);
+    bufPos = 0;
+    return true;
+}
+
+bool File::readInternal(void* to, std::uint64_t n) {
+    unsigned char* next = static_cast<unsigned char*>(to);
+    return readPieces(n, [&next](const unsigned char* piece, std::uint64_t size) {
+        std::memcpy(next, piece, size);
+        next += size;
+        return true;
+    });
+}
+
+// Hands the next `n` bytes to `take(piece, size)`, a piece for each chunk they lie in. False if the file ends before,
+// the stream fails, or `take` does for want of memory.
+template <typename Take>
+bool File::readPieces(std::uint64_t n, Take take) {
+    check();
+    for (;;) {
+        if (bufPos == 0 && !refill()) return false;
+        // Deliberate: a read that is refused right after a refill leaves bufPos at 0, and so does a read of 0 bytes, so
+        // the next read loads the chunk that follows. Kept by Transport.AReadRefusedAfterARefillGivesUpTheChunk.
+        if (endsBefore(n)) return fail(kBeyondFileSize);
+        const std::uint64_t size = std::min(n, unread());
+        if (size > 0 && !take(buffer.view(bufPos, size), size)) return fail(kOutOfMemory);
+        position += size;
+        n -= size;
+        if (n == 0) {
+            bufPos += size;
+            return true;
+        }
+        buffer.clear();
+        bufPos = 0;
+    }
+}
+
+// Loads the next chunk from wherever the stream stands.
+bool File::refill() {
+    const std::uint64_t left = wrappedDifference(length, filePos);
+    const std::uint64_t chunk = filePos > length || left < kStagingSize ? left : kStagingSize;
+    // Beyond the file's end `left` has wrapped. The stream is then asked for what the buffer holds and the wrapped
+    // figure is reported, whatever the stream had to give.
+    const std::uint64_t loaded = fs::Fread(buffer.at(0), 1, std::min(chunk, kStagingSize), stream);
+    buffer.keep(loaded);
+    if (loaded != chunk) return fail(figures(kReadFailed, chunk, loaded));
+    chunkStart = filePos;
+    chunkEnd = filePos = chunkStart + chunk;
+    return true;
+}
+
+// Whether fewer than `n` bytes follow, by the length that was measured.
+bool File::endsBefore(std::uint64_t n) const {
+    const std::uint64_t at = chunkStart + bufPos;
+    return at > length || n > length - at;
+}
+
+// Bytes that can be read without a refill. Where reads are admitted beside writes, staged bytes can pass for a chunk
+// that is not there; its end then wraps, and the buffer's end is the limit.
+std::uint64_t File::unread() const {
+    return std::min(wrappedDifference(chunkEnd, chunkStart + bufPos), kStagingSize - bufPos);
+}
+
+std::uint64_t File::seek(std::int64_t offset, std::uint32_t whence) {
+    if (!stream) {
+        fail(kCannotSeekClosed);
+        return 0;
+    }
+    error = "";
+    flushStep();
+    if (fs::Fseek(stream, offset, whence) != 0) {
+        fail(kSeekFailed);
+        return 0;
+    }
+    return tellPosition();
+}
+
+unsigned char File::peek() {
+    if (mode != Mode::Read) {
+        fail(kPeekOnlyReading);
+        return 0;
+    }
+    const std::uint64_t here = position;
+    unsigned char byte = 0;
+    if (okToRead() && !readInternal(&byte, 1)) byte = 0;
+    seek(static_cast<std::int64_t>(here), fs::kFromStart);
+    return byte;
+}
+
+// ---- Numbers --------------------------------------------------------------------------------------------------------
+
+template <typename T>
+bool File::write(T value) {
+    static_assert(Scalar<T>);
+    if (!okToWrite()) return false;
+    if constexpr (!std::same_as<T, char>) {
+        if (writesText()) {
+            if (hasRoom(kMaxDecimalText)) {
+                char* const to = reinterpret_cast<char*>(buffer.at(bufPos));
+                advance(static_cast<std::uint64_t>(formatNumber(to, value) - to));
+                return true;
+            }
+            char text[kMaxDecimalText];
+            return writeInternal(text, static_cast<std::uint64_t>(formatNumber(text, value) - text));
+        }
+    }
+    unsigned char bytes[sizeof(T)];
+    storeLittle(bytes, value);
+    return writeInternal(bytes, sizeof(T));
+}
+
+template <typename T>
+bool File::read(T& value) {
+    static_assert(sizeof(T) <= 8 && std::is_arithmetic_v<T>);
+    if (!okToRead()) return false;
+    unsigned char bytes[sizeof(T)];
+    if (!readInternal(bytes, sizeof(T))) return false;
+    loadLittle(bytes, value);
+    return true;
+}
+
+template bool File::write(char);
+template bool File::write(bool);
+template bool File::write(signed char);
+template bool File::write(unsigned char);
+template bool File::write(short);
+template bool File::write(unsigned short);
+template bool File::write(int);
+template bool File::write(unsigned int);
+template bool File::write(long);
+template bool File::write(unsigned long);
+template bool File::write(float);
+template bool File::write(double);
+
+template bool File::read(char&);
+template bool File::read(bool&);
+template bool File::read(signed char&);
+template bool File::read(unsigned char&);
+template bool File::read(short&);
+template bool File::read(unsigned short&);
+template bool File::read(int&);
+template bool File::read(unsigned int&);
+template bool File::read(long&);
+template bool File::read(unsigned long&);
+template bool File::read(long long&);
+template bool File::read(unsigned long long&);
+template bool File::read(float&);
+template bool File::read(double&);
+
+// ---- Texts ----------------------------------------------------------------------------------------------------------
+
+bool File::write(const char* text) { return writeText(text ? std::string_view(text) : std::string_view()); }
+
+// `text` holds no zero byte. The result is that of the characters alone, whatever became of their count.
+bool File::writeText(std::string_view text) {
+    if (!okToWrite()) return false;
+    if (writesBinary()) write<unsigned long>(text.size());
+    return text.empty() || writeInternal(text.data(), text.size());
+}
+
+bool File::print(const char* fmt, std::va_list args, std::string_view ending) {
+    String text;
+    if (!text.assignFormat(fmt, args) || !text.append(ending)) return fail(kOutOfMemory);
+    return write(text.buf());
+}
+
+String File::read() {
+    if (!okToRead()) return {};
+    if (readsBinary()) {
+        fail(kReadTextOnly);
+        return {};
+    }
+    // The measured length can be anything (2^63-1 for a directory, all bits set after a failed tell). Where it cannot
+    // be held, as much is read as the buffer holds; that is too little, and fails as any read does that came up short.
+    String text;
+    char* const block = text.makeRoom(length);
+    const std::uint64_t here = position;
+    seek(0, fs::kFromStart);
+    const std::uint64_t loaded = block ? fs::Fread(block, 1, length, stream)
+                                       : fs::Fread(buffer.at(0), 1, std::min(length, kStagingSize), stream);
+    if (!block) buffer.clear(loaded);
+    seek(static_cast<std::int64_t>(here), fs::kFromStart);
+    if (!block || loaded != length) {
+        fail(kReadFileFailed);
+        return {};
+    }
+    text.endAt(upToZero(block, length).size());
+    return text;
+}
+
+bool File::read(String& out) {
+    if (!okToRead()) return false;
+    if (readsText()) {
+        out = read();
+        return !out.isEmpty();
+    }
+    unsigned long count;
+    if (!read(count)) return false;
+    if (count == 0) {
+        out = String();
+        return true;
+    }
+    return readCharacters(count, out);
+}
+
+bool File::read(StringIO& out) {
+    if (!okToRead()) return false;
+    if (readsText()) {
+        out = read();
+        return !out.isEmpty();
+    }
+    unsigned long count;
+    if (!read(count)) return false;
+    if (count == 0) {
+        out = StringIO();
+        return true;
+    }
+    String text;
+    if (!readCharacters(count, text)) return false;
+    return out.append(text.view()) || fail(kOutOfMemory);
+}
+
+bool File::read(std::string& out) try {
+    if (!okToRead()) return false;
+    String text;
+    const bool done = read(text);
+    if (done || readsText()) out = text.view();
+    return done;
+} catch (const std::bad_alloc&) {
+    return fail(kOutOfMemory);
+}
+
+// Reads `count` characters, more than none, and keeps those before the first zero byte. The count is a stranger's
+// claim: beyond the chunk in the buffer, memory is taken only for characters that have arrived.
+bool File::readCharacters(std::uint64_t count, String& out) {
+    std::vector<String> pieces;  // stays empty if all of them lie in one chunk
+    bool ended = false;
+    const auto take = [&](const unsigned char* bytes, std::uint64_t size) {
+        const std::string_view piece = upToZero(reinterpret_cast<const char*>(bytes), size);
+        if (size == count) return out.assign(piece);
+        if (!ended && !addPiece(pieces, piece)) return false;
+        ended = ended || piece.size() < size;
+        return true;
+    };
+    if (!readPieces(count, take)) return false;
+    return pieces.empty() || join(pieces, out) || fail(kOutOfMemory);
+}
+
+// Puts the pieces together in `out`, letting each go as soon as it is copied.
+bool File::join(std::vector<String>& pieces, String& out) {
+    std::size_t size = 0;
+    for (const String& piece : pieces) size += piece.length();
+    String whole;
+    char* to = whole.makeRoom(size);
+    if (!to) return false;
+    for (String& piece : pieces) {
+        to += piece.view().copy(to, piece.length());
+        piece = String();
+    }
+    whole.endAt(size);
+    out = whole;
+    return true;
+}
+
+}  // namespace impl
+}  // namespace qor

@@ -1,0 +1,437 @@
+// File: open a file, move values through it, close it.
+//
+//     qor::File file;
+//     if (!file.open("lap.bin", qor::File::Mode::Write, qor::File::Format::Binary)) return 1;
+//     file << 3 << "first lap" << 92.418;
+//     if (!file.ok() || !file.close()) std::puts(file.error().buf());
+//
+// Nothing throws but the construction of a File, which allocates a little over 1 MiB. Every operation tells of a
+// failure with `false`, with 0, or with the empty text, and leaves the reason in `error()`.
+#pragma once
+
+#include <concepts>
+#include <cstdarg>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include "qor/core/endian.h"
+#include "qor/core/fs.h"
+#include "qor/core/ref_counted.h"
+#include "qor/core/string.h"
+#include "qor/core/string_io.h"
+#include "qor/file/staging_buffer.h"
+
+namespace qor {
+
+namespace impl {
+
+class File;
+
+/// The scalars of the file format, by the names that C++ gives them.
+template <typename T>
+concept Scalar = std::same_as<T, char> || std::same_as<T, bool> || std::same_as<T, signed char> ||
+    std::same_as<T, unsigned char> || std::same_as<T, short> || std::same_as<T, unsigned short> ||
+    std::same_as<T, int> || std::same_as<T, unsigned int> || std::same_as<T, long> || std::same_as<T, unsigned long> ||
+    std::same_as<T, float> || std::same_as<T, double>;
+
+/// What C++ would quietly turn into a number although it is none that a file holds.
+template <typename T>
+concept NotStored = std::same_as<T, wchar_t> || std::same_as<T, char8_t> || std::same_as<T, char16_t> ||
+    std::same_as<T, char32_t> || std::same_as<T, long double>;
+
+template <typename T>
+concept NotCharacter = !std::is_same_v<std::remove_const_t<T>, char>;
+
+template <typename T, typename AnyFile>
+concept WritableTo = requires(AnyFile& file, const T& value) {
+    file.write(value);
+};
+
+template <typename T, typename AnyFile>
+concept ReadableFrom = requires(AnyFile& file, T& value) {
+    file.read(value);
+};
+
+}  // namespace impl
+
+/// A file on disk, open for reading or for writing. Copies are handles to the same open file, which is flushed and
+/// closed when the last of them goes. One thread at a time may use a file; different files are independent.
+class File : public RefersTo<RefCounted> {
+ public:
+    enum class Mode : std::uint32_t {
+        Read = 0,   ///< An existing file, from its start. Its length is measured once, when it is opened.
+        Write = 1,  ///< A new file, or an existing one made empty.
+        /// As Write, and reads are admitted too. Bytes that have not been spilled are dropped by flush, seek and close.
+        /// It is no update mode: use Read or Write.
+        ReadWrite = 2,
+    };
+
+    /// How values are encoded. Both formats hold exactly the bytes that are written: no line end is ever translated.
+    enum class Format : std::uint32_t {
+        Text = 0,    ///< Values are printed. Only `char` values and whole texts can be read back.
+        Binary = 1,  ///< Values are stored little-endian, at the same width on every host.
+    };
+
+    /// A closed file. Throws std::bad_alloc if there is no memory for its buffer; no other operation throws.
+    File();
+
+    // A handle always has its file, so one that is moved from keeps sharing it.
+    File(const File&) = default;
+    File& operator=(const File&) = default;
+
+    // ---- Opening, closing, and what can be asked --------------------------------------------------------------------
+
+    /// Opens the file at `path`, closing first what is open. False if it cannot be opened; `error()` is then empty
+    /// unless closing the former file failed ("Fclose failed.") or the new one cannot be rewound.
+    [[nodiscard]] bool open(String path, Mode mode, Format format);
+
+    /// Writes out what is staged, closes the file, and forgets everything but `error()`. True if nothing is open. False
+    /// with "Fclose failed." if any of it failed. A large write that failed earlier is not reported again: look at
+    /// `ok()` before you close.
+    [[nodiscard]] bool close();
+
+    /// Hands the staged bytes to the system. While reading, drops the chunk in memory instead: reading then goes on at
+    /// the chunk's end, not at `pos()`.
+    bool flush();
+
+    /// The length in bytes as it was when the file was opened; 0 in Mode::Write.
+    std::uint64_t len() const;
+
+    /// Bytes read or written so far, or where the last seek went.
+    std::uint64_t pos() const;
+
+    /// True when `pos()` has reached `len()`; so always in Mode::Write.
+    bool eof() const;
+
+    Format format() const;
+
+    /// The reason of the latest failure since the last open, close, flush, seek, skip, peek, or read of a whole text,
+    /// which begin by clearing it; empty if there was none.
+    String error() const;
+    bool ok() const;
+
+    // ---- Moving within the file -------------------------------------------------------------------------------------
+
+    /// Moves to `offset` bytes from the start and returns the new position. 0, with a text in `error()`, if it cannot;
+    /// all bits set if the system moved but cannot tell where to.
+    std::uint64_t seek(std::int64_t offset);
+
+    /// Moves `n` bytes on, or back, from the stream's own offset and returns the new position, or fails as `seek` does.
+    /// While reading, that offset is the end of the chunk in memory, not `pos()`: to step over the next `n` bytes of
+    /// what you are reading, seek to `pos() + n`.
+    std::uint64_t skip(std::int64_t n);
+
+    /// The next byte, which stays unread. 0 at the end of the file, with nothing in `error()`: ask `eof()`. Each call
+    /// loads the chunk anew, and in other modes than Mode::Read it fails.
+    unsigned char peek();
+
+    // ---- Numbers ----------------------------------------------------------------------------------------------------
+
+    /// Writes one character: its byte, in both formats.
+    bool write(char value);
+
+    /// Writes one number. A binary file receives its bytes, low byte first, at the width of its type: 1 for `bool` and
+    /// the character types, 2 for `short`, 4 for `int` and `float`, 8 for `long`, `long long` and `double`. A text file
+    /// receives its digits (or `true`, `false`) and nothing around them, so two numbers in a row run together unless
+    /// the caller writes a separator: `file << 1 << ' ' << 2`. False if the file is not open for writing or the bytes
+    /// could not be written; `error()` says which.
+    bool write(bool value);
+    bool write(signed char value);
+    bool write(unsigned char value);
+    bool write(short value);
+    bool write(unsigned short value);
+    bool write(int value);
+    bool write(unsigned int value);
+    bool write(long value);
+    bool write(unsigned long value);
+    bool write(long long value);
+    bool write(unsigned long long value);
+    bool write(float value);
+    bool write(double value);
+
+    /// Reads one number, in the form that a binary file holds, whatever the format: digits are never parsed. False at
+    /// the end of the file ("Attempted to read beyond file size.") or where the stream fails; `value` is then
+    /// unchanged. A `bool` takes the byte as it is; where that may be other than 0 and 1, read an `unsigned char`
+    /// instead.
+    bool read(char& value);
+    bool read(bool& value);
+    bool read(signed char& value);
+    bool read(unsigned char& value);
+    bool read(short& value);
+    bool read(unsigned short& value);
+    bool read(int& value);
+    bool read(unsigned int& value);
+    bool read(long& value);
+    bool read(unsigned long& value);
+    bool read(long long& value);
+    bool read(unsigned long long& value);
+    bool read(float& value);
+    bool read(double& value);
+
+    // ---- Texts ------------------------------------------------------------------------------------------------------
+
+    /// Writes the characters of `text` up to its first zero byte. In a binary file opened with Mode::Write their number
+    /// stands before them, in 8 bytes, so that the text can be read back; everywhere else the characters stand alone. A
+    /// null `text` counts as the empty text.
+    bool write(const char* text);
+    bool write(String text);
+    bool write(const StringIO& text);
+    bool write(std::string_view text);
+
+    /// Writes what printf would print, as one text. False with "Out of memory." if there is none for a long one; if a
+    /// conversion fails, the text is empty.
+    [[gnu::format(printf, 2, 3)]] bool print(const char* fmt, ...);
+
+    /// As `print`, with a line feed at the end of the text, on every platform.
+    [[gnu::format(printf, 2, 3)]] bool printLn(const char* fmt, ...);
+
+    /// The whole of a text file up to its first zero byte, wherever in it the caller is; `pos()` stays. The empty text
+    /// on failure. The text is held in memory at once.
+    String read();
+
+    /// Reads one text: of a text file, the whole of it, as `read()` does, and false if that is empty; of a binary file,
+    /// the record that `write` made, up to its first zero byte. `out` is unchanged if a record cannot be read.
+    bool read(String& out);
+    bool read(std::string& out);
+
+    /// As above, but the characters of a record are added to what `out` holds; a record of none empties it.
+    bool read(StringIO& out);
+
+    // ---- Streaming --------------------------------------------------------------------------------------------------
+
+    /// Calls `write` or `read` with each value and drops its result: a chain attempts every step even after a failure,
+    /// and `ok()` tells of it at the end.
+    template <typename Self = File, impl::WritableTo<Self> T>
+    File& operator<<(const T& value) {
+        write(value);
+        return *this;
+    }
+    template <typename Self = File, impl::ReadableFrom<Self> T>
+    File& operator>>(T& value) {
+        read(value);
+        return *this;
+    }
+
+    // ---- Not stored -------------------------------------------------------------------------------------------------
+
+    // A pointer would be taken for a truth value, a wide character for an integer, and a long double would be
+    // ambiguous. Convert to what the file is to hold.
+    template <impl::NotCharacter T>
+    bool write(T* value) = delete;
+    template <typename T, typename C>
+    bool write(T C::*value) = delete;
+    template <impl::NotStored T>
+    bool write(T value) = delete;
+
+    template <typename T>
+    bool read(T* value) = delete;
+    template <impl::NotStored T>
+    bool read(T& value) = delete;
+
+    template <impl::NotCharacter T>
+    File& operator<<(T* value) = delete;
+    template <typename T, typename C>
+    File& operator<<(T C::*value) = delete;
+    template <impl::NotStored T>
+    File& operator<<(T value) = delete;
+
+    template <typename T>
+    File& operator>>(T* value) = delete;
+    template <impl::NotStored T>
+    File& operator>>(T& value) = delete;
+
+ private:
+    impl::File& self() const;
+
+    template <typename T>
+    bool writeScalar(T value);
+    template <typename T>
+    bool readScalar(T& value);
+};
+
+// A reader of the interface may stop here.
+
+namespace impl {
+
+/// The open file behind the handles: the stream, the buffer before it, and the counters that tie the two together.
+class File final : public RefCounted {
+ public:
+    using Mode = qor::File::Mode;
+    using Format = qor::File::Format;
+
+    File() {}  // not defaulted: `new impl::File()` would then begin by zeroing the whole buffer
+    ~File() override;
+
+    bool open(String path, Mode newMode, Format newFormat);
+    bool close();
+    bool flush();
+
+    /// The two questions that every write and every read asks first. A refusal leaves its text in `error`.
+    bool okToWrite();
+    bool okToRead();
+
+    /// Stages `n` bytes, or writes them straight through if they exceed the buffer. The caller has passed `okToWrite`.
+    bool writeInternal(const void* data, std::uint64_t n);
+
+    /// Fills `n` bytes at `to`, chunk by chunk. False if the file ends before or the stream fails; what was delivered
+    /// until then is in place and counted. The caller has passed `okToRead`.
+    bool readInternal(void* to, std::uint64_t n);
+
+    /// Moves the stream; `whence` is one of fs::Origin. The new offset, 0 if the move failed, all bits set if the
+    /// system cannot tell the offset.
+    std::uint64_t seek(std::int64_t offset, std::uint32_t whence);
+    unsigned char peek();
+
+    bool write(const char* text);
+    bool writeText(std::string_view text);
+    bool print(const char* fmt, std::va_list args, std::string_view ending);
+
+    /// Writes one scalar: a `char` as its byte, any other as the format asks.
+    template <typename T>
+    bool write(T value);
+
+    String read();
+    bool read(String& out);
+    bool read(StringIO& out);
+    bool read(std::string& out);
+
+    /// Reads one scalar, always in its binary form.
+    template <typename T>
+    bool read(T& value);
+
+    // Which encoding the file asks for. Mode::ReadWrite is none of these, on purpose.
+    bool writesText() const { return mode == Mode::Write && format == Format::Text; }
+    bool writesBinary() const { return mode == Mode::Write && format == Format::Binary; }
+    bool readsText() const { return mode == Mode::Read && format == Format::Text; }
+    bool readsBinary() const { return mode == Mode::Read && format == Format::Binary; }
+
+ private:
+    friend class qor::File;
+
+    /// Keeps the reason of a failure. Always false, so that a refusal is one line: `return fail(kReason);`
+    bool fail(const String& reason);
+
+    bool flushStep();
+    std::uint64_t tellPosition();
+    void reset();
+
+    bool spill();
+    bool refill();
+    bool endsBefore(std::uint64_t n) const;
+    std::uint64_t unread() const;
+    template <typename Take>
+    bool readPieces(std::uint64_t n, Take take);
+    bool readCharacters(std::uint64_t count, String& out);
+    static bool join(std::vector<String>& pieces, String& out);
+
+    /// The common cases, in which a value needs the buffer alone: behind the staged bytes there is room for it, or all
+    /// of it lies in the loaded chunk.
+    bool hasRoom(std::uint64_t n) const { return mode == Mode::Write && stream && n <= kStagingSize - bufPos; }
+    bool hasUnread(std::uint64_t n) const {
+        return mode == Mode::Read && bufPos > 0 && bufPos + n <= chunkEnd - chunkStart;
+    }
+
+    void advance(std::uint64_t n) {
+        bufPos += n;
+        position += n;
+    }
+
+    // Between two operations:
+    //   bufPos <= kStagingSize
+    //   Mode::Write     chunkStart == chunkEnd == 0, and the first bufPos bytes of the buffer wait for the stream
+    //   Mode::Read      chunkEnd - chunkStart <= kStagingSize; with bufPos > 0, bufPos bytes of that chunk are read,
+    //   and
+    //                   the stream stands at its end, filePos. With bufPos == 0 the next read loads a chunk.
+    void check() const;
+
+    fs::Stream* stream = nullptr;
+    Mode mode = Mode::Read;
+    Format format = Format::Text;
+    String error;
+    std::uint64_t length = 0;
+    std::uint64_t filePos = 0;
+    std::uint64_t chunkStart = 0;
+    std::uint64_t chunkEnd = 0;
+    std::uint64_t bufPos = 0;
+    StagingBuffer buffer;
+    std::uint64_t position = 0;
+};
+
+}  // namespace impl
+
+inline impl::File& File::self() const { return static_cast<impl::File&>(*get()); }
+
+inline std::uint64_t File::len() const { return self().length; }
+inline std::uint64_t File::pos() const { return self().position; }
+inline bool File::eof() const { return self().position >= self().length; }
+inline File::Format File::format() const { return self().format; }
+inline String File::error() const { return self().error; }
+inline bool File::ok() const { return self().error.isEmpty(); }
+
+template <typename T>
+bool File::writeScalar(T value) {
+    impl::File& file = self();
+    if (!file.hasRoom(sizeof(T)) || file.format != Format::Binary) return file.write(value);
+    storeLittle(file.buffer.at(file.bufPos), value);
+    file.advance(sizeof(T));
+    return true;
+}
+
+template <typename T>
+bool File::readScalar(T& value) {
+    impl::File& file = self();
+    if (!file.hasUnread(sizeof(T))) return file.read(value);
+    loadLittle(file.buffer.at(file.bufPos), value);
+    file.advance(sizeof(T));
+    return true;
+}
+
+inline bool File::write(char value) {
+    impl::File& file = self();
+    if (!file.hasRoom(1)) return file.write(value);
+    *file.buffer.at(file.bufPos) = static_cast<unsigned char>(value);
+    file.advance(1);
+    return true;
+}
+inline bool File::write(bool value) { return writeScalar(value); }
+inline bool File::write(signed char value) { return writeScalar(value); }
+inline bool File::write(unsigned char value) { return writeScalar(value); }
+inline bool File::write(short value) { return writeScalar(value); }
+inline bool File::write(unsigned short value) { return writeScalar(value); }
+inline bool File::write(int value) { return writeScalar(value); }
+inline bool File::write(unsigned int value) { return writeScalar(value); }
+inline bool File::write(long value) { return writeScalar(value); }
+inline bool File::write(unsigned long value) { return writeScalar(value); }
+inline bool File::write(long long value) { return writeScalar(static_cast<long>(value)); }
+inline bool File::write(unsigned long long value) { return writeScalar(static_cast<unsigned long>(value)); }
+inline bool File::write(float value) { return writeScalar(value); }
+inline bool File::write(double value) { return writeScalar(value); }
+
+inline bool File::read(char& value) { return readScalar(value); }
+inline bool File::read(bool& value) { return readScalar(value); }
+inline bool File::read(signed char& value) { return readScalar(value); }
+inline bool File::read(unsigned char& value) { return readScalar(value); }
+inline bool File::read(short& value) { return readScalar(value); }
+inline bool File::read(unsigned short& value) { return readScalar(value); }
+inline bool File::read(int& value) { return readScalar(value); }
+inline bool File::read(unsigned int& value) { return readScalar(value); }
+inline bool File::read(long& value) { return readScalar(value); }
+inline bool File::read(unsigned long& value) { return readScalar(value); }
+inline bool File::read(long long& value) { return readScalar(value); }
+inline bool File::read(unsigned long long& value) { return readScalar(value); }
+inline bool File::read(float& value) { return readScalar(value); }
+inline bool File::read(double& value) { return readScalar(value); }
+
+inline bool File::write(const char* text) { return self().write(text); }
+inline bool File::write(String text) { return self().write(text.buf()); }
+inline bool File::write(const StringIO& text) { return self().write(text.buf()); }
+
+inline String File::read() { return self().read(); }
+inline bool File::read(String& out) { return self().read(out); }
+inline bool File::read(StringIO& out) { return self().read(out); }
+inline bool File::read(std::string& out) { return self().read(out); }
+
+}  // namespace qor
