@@ -52,7 +52,7 @@ class RefersTo {
 
     /// The new target is held before the old one is let go, so that a pointer may be assigned to itself, and an object
     /// may be replaced by one that it alone keeps alive.
-    RefersTo& operator=(const RefersTo& other) {
+    RefersTo& operator=(const RefersTo& other) {  // NOLINT(bugprone-unhandled-self-assignment,cert-oop54-cpp)
         T* const previous = target;
         if (other.target) other.target->incRef();
         target = other.target;

@@ -13,7 +13,7 @@
 namespace qor {
 namespace {
 
-// A block on the heap, its characters right behind it, or in the reserve.
+// A block on the heap, or in the reserve, with its characters right behind it.
 class HeapText final : public impl::TextBlock {
  public:
     /// A block with room for `room` characters, empty and without a reference. Null if the memory is refused.
@@ -30,51 +30,49 @@ class HeapText final : public impl::TextBlock {
     }
 
  private:
-    explicit HeapText(std::size_t room) : TextBlock(reinterpret_cast<char*>(this + 1), 0, room) { text()[0] = '\0'; }
+    HeapText(std::size_t room, std::atomic<bool>* slotTaken)
+        : TextBlock(reinterpret_cast<char*>(this + 1), 0, room), slot(slotTaken) {
+        text()[0] = '\0';
+    }
     ~HeapText() = default;
 
     std::atomic<std::int64_t> references = 0;
+    std::atomic<bool>* const slot;  // what to clear when a block in the reserve goes; null on the heap
 };
 
 // Memory for short texts when the heap refuses, so that the reason of a failure can be told even when the reason is
 // that there is no memory. A File keeps one text, so this is enough for as many files and a few copies.
 constexpr std::size_t kReserveSlots = 64;
-constexpr std::size_t kSlotSize = sizeof(HeapText) + String::kReserveText + 1;
 
-struct alignas(HeapText) ReserveSlot {
-    unsigned char memory[kSlotSize];
+struct ReserveSlot {
+    alignas(HeapText) unsigned char memory[sizeof(HeapText) + String::kReserveText + 1];
+    std::atomic<bool> taken;
 };
 constinit ReserveSlot reserve[kReserveSlots] = {};
-constinit std::atomic<bool> reserveTaken[kReserveSlots];
 
-void* takeFromReserve(std::size_t size) {
-    if (size > kSlotSize) return nullptr;
-    for (std::size_t i = 0; i < kReserveSlots; ++i) {
-        if (!reserveTaken[i].exchange(true, std::memory_order_acquire)) return &reserve[i];
+HeapText* HeapText::make(std::size_t room) {
+    if (room > PTRDIFF_MAX - sizeof(HeapText) - 1) return nullptr;
+    if (void* memory = ::operator new(sizeof(HeapText) + room + 1, std::nothrow)) {
+        return new (memory) HeapText(room, nullptr);
+    }
+    if (room > String::kReserveText) return nullptr;
+    for (ReserveSlot& slot : reserve) {
+        if (!slot.taken.exchange(true, std::memory_order_acquire)) {
+            return new (slot.memory) HeapText(room, &slot.taken);
+        }
     }
     return nullptr;
 }
 
-// False if the memory is not the reserve's.
-bool returnToReserve(void* memory) {
-    const std::uintptr_t offset = reinterpret_cast<std::uintptr_t>(memory) - reinterpret_cast<std::uintptr_t>(reserve);
-    if (offset >= sizeof(reserve)) return false;
-    reserveTaken[offset / sizeof(ReserveSlot)].store(false, std::memory_order_release);
-    return true;
-}
-
-HeapText* HeapText::make(std::size_t room) {
-    if (room > PTRDIFF_MAX - kSlotSize) return nullptr;
-    const std::size_t size = sizeof(HeapText) + room + 1;
-    void* memory = ::operator new(size, std::nothrow);
-    if (!memory) memory = takeFromReserve(size);
-    return memory ? new (memory) HeapText(room) : nullptr;
-}
-
 void HeapText::decRef() {
     if (references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+    std::atomic<bool>* const taken = slot;
     this->~HeapText();
-    if (!returnToReserve(this)) ::operator delete(this);
+    if (taken) {
+        taken->store(false, std::memory_order_release);
+    } else {
+        ::operator delete(this);
+    }
 }
 
 // The block of a String, if it may be changed in place: it is on the heap and nobody else refers to it.

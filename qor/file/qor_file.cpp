@@ -9,6 +9,7 @@
 #include <cassert>
 #include <cstring>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "qor/core/number_text.h"
@@ -21,7 +22,7 @@ using namespace impl::errorText;
 
 File::File() : RefersTo(new impl::File) {}
 
-bool File::open(String path, Mode mode, Format format) { return self().open(path, mode, format); }
+bool File::open(String path, Mode mode, Format format) { return self().open(std::move(path), mode, format); }
 bool File::close() { return self().close(); }
 bool File::flush() { return self().flush(); }
 

@@ -177,7 +177,7 @@ class File : public RefersTo<RefCounted> {
     /// stands before them, in 8 bytes, so that the text can be read back; everywhere else the characters stand alone. A
     /// null `text` counts as the empty text.
     bool write(const char* text);
-    bool write(String text);
+    bool write(const String& text);
     bool write(const StringIO& text);
     bool write(std::string_view text);
 
@@ -426,7 +426,7 @@ inline bool File::read(float& value) { return readScalar(value); }
 inline bool File::read(double& value) { return readScalar(value); }
 
 inline bool File::write(const char* text) { return self().write(text); }
-inline bool File::write(String text) { return self().write(text.buf()); }
+inline bool File::write(const String& text) { return self().write(text.buf()); }
 inline bool File::write(const StringIO& text) { return self().write(text.buf()); }
 
 inline String File::read() { return self().read(); }
