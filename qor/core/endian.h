@@ -1,7 +1,6 @@
 // Byte order: the file's is little-endian on every host, and this is the one place that knows the host's.
 #pragma once
 
-#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -45,9 +44,10 @@ template <typename T>
 T swapEndian(T value) {
     static_assert(std::is_arithmetic_v<T>);
     unsigned char bytes[sizeof(T)];
+    unsigned char reversed[sizeof(T)];
     std::memcpy(bytes, &value, sizeof(T));
-    std::reverse(bytes, bytes + sizeof(T));
-    std::memcpy(&value, bytes, sizeof(T));
+    for (std::size_t i = 0; i < sizeof(T); ++i) reversed[i] = bytes[sizeof(T) - 1 - i];
+    std::memcpy(&value, reversed, sizeof(T));
     return value;
 }
 

@@ -5,6 +5,7 @@
 // "-nan" (of a NaN only the sign survives). Truth is "true" and "false". No text holds a space or a zero byte.
 #pragma once
 
+#include <bit>
 #include <charconv>
 #include <concepts>
 #include <cstddef>
@@ -26,8 +27,11 @@ char* formatNumber(char* to, T value, int base = 10) {
     static_assert(std::is_arithmetic_v<T> && sizeof(T) <= 8);
     char* const end = to + (base == 10 ? kMaxDecimalText : kMaxNumberText);
     if constexpr (std::same_as<T, bool>) {
-        constexpr std::string_view words[] = {"false", "true"};
-        return to + words[value].copy(to, words[value].size());
+        // A bool read from a file can hold any byte. Seen as a bool, a compiler may take it for an index or an addend;
+        // seen as a volatile byte, it is 0 or it is not.
+        const volatile unsigned char byte = std::bit_cast<unsigned char>(value);
+        const std::string_view word = byte != 0 ? "true" : "false";
+        return to + word.copy(to, word.size());
     } else if constexpr (std::floating_point<T>) {
         return std::to_chars(to, end, value).ptr;
     } else {

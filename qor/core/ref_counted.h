@@ -44,15 +44,15 @@ template <typename T>
 class RefersTo {
  public:
     RefersTo() = default;
-    RefersTo(T* newTarget) : target(newTarget) {
+    RefersTo(T* newTarget) noexcept : target(newTarget) {
         if (target) target->incRef();
     }
-    RefersTo(const RefersTo& other) : RefersTo(other.target) {}
+    RefersTo(const RefersTo& other) noexcept : RefersTo(other.target) {}
     RefersTo(RefersTo&& other) noexcept : target(other.target) { other.target = nullptr; }
 
     /// The new target is held before the old one is let go, so that a pointer may be assigned to itself, and an object
     /// may be replaced by one that it alone keeps alive.
-    RefersTo& operator=(const RefersTo& other) {  // NOLINT(bugprone-unhandled-self-assignment,cert-oop54-cpp)
+    RefersTo& operator=(const RefersTo& other) noexcept {  // NOLINT(bugprone-unhandled-self-assignment,cert-oop54-cpp)
         T* const previous = target;
         if (other.target) other.target->incRef();
         target = other.target;

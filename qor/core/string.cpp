@@ -75,7 +75,7 @@ void HeapText::decRef() {
     }
 }
 
-// The block of a String, if it may be changed in place: it is on the heap and nobody else refers to it.
+// The block of a String, if it may be changed in place: it is no part of the program, and nobody else refers to it.
 HeapText* ownBlock(impl::TextBlock* block) {
     if (!block || block->capacity == 0) return nullptr;
     HeapText* const own = static_cast<HeapText*>(block);
@@ -83,8 +83,16 @@ HeapText* ownBlock(impl::TextBlock* block) {
 }
 
 constexpr int baseOf(String::Radix radix) {
-    constexpr int kBases[] = {10, 2, 8, 16};
-    return kBases[static_cast<unsigned>(radix)];
+    switch (radix) {
+        case String::Radix::Binary:
+            return 2;
+        case String::Radix::Octal:
+            return 8;
+        case String::Radix::Hexadecimal:
+            return 16;
+        default:
+            return 10;
+    }
 }
 
 template <typename T>
@@ -118,7 +126,6 @@ String String::joined(std::string_view left, std::string_view right) {
     if (char* to = both.makeRoom(left.size() + right.size())) {
         left.copy(to, left.size());
         right.copy(to + left.size(), right.size());
-        both.endAt(left.size() + right.size());
     }
     return both;
 }
@@ -138,7 +145,6 @@ bool String::assign(std::string_view text) {
     char* const to = copy.makeRoom(text.size());
     if (!to) return false;
     text.copy(to, text.size());
-    copy.endAt(text.size());
     *this = copy;
     return true;
 }
@@ -158,24 +164,25 @@ bool String::append(std::string_view text) {
     if (!to) return false;
     view().copy(to, before);
     text.copy(to + before, text.size());
-    grown.endAt(before + text.size());
+    grown.truncate(before + text.size());
     *this = grown;
     return true;
 }
 
-char* String::makeRoom(std::size_t room) {
-    HeapText* const made = HeapText::make(room);
+char* String::makeRoom(std::size_t length) {
+    HeapText* const made = HeapText::make(length);
     if (!made) return nullptr;
+    made->endAt(length);
     static_cast<RefersTo&>(*this) = RefersTo(made);
     return made->text();
 }
 
-void String::endAt(std::size_t length) {
-    if (length == 0) {
-        *this = String();
-    } else {
-        static_cast<HeapText*>(block())->endAt(length);
-    }
+bool String::truncate(std::size_t newLength) {
+    if (newLength >= length()) return true;
+    HeapText* const own = ownBlock(block());
+    if (!own || newLength == 0) return assign(view().substr(0, newLength));
+    own->endAt(newLength);
+    return true;
 }
 
 String String::format(const char* fmt, ...) {
@@ -205,7 +212,7 @@ bool String::assignFormat(const char* fmt, std::va_list args) {
         String text;
         char* const to = text.makeRoom(room);
         if (to) {
-            text.endAt(std::vsnprintf(to, room + 1, fmt, again) == length ? room : 0);
+            if (std::vsnprintf(to, room + 1, fmt, again) != length) text = String();
             *this = text;
         }
         done = to != nullptr;

@@ -4,7 +4,8 @@
 // reference. The empty text is no block at all.
 //
 // Nothing here throws. Where memory is refused, a short text (up to kReserveText characters) is made in a small reserve
-// of the program's own, so that an error can be told even then; a longer one, or one too many, becomes the empty text.
+// of the program's own, so that an error can be told even then. An operation that returns a longer one, or one too
+// many, returns the empty text; one that changes a text tells, and leaves it as it was.
 #pragma once
 
 #include <atomic>
@@ -21,8 +22,6 @@ namespace qor {
 static_assert(sizeof(long) == 8, "long is the 64-bit integer of the file format");
 
 namespace impl {
-
-class File;
 
 /// What a String refers to: `length` characters and the zero after them.
 class TextBlock : public IRefCounted {
@@ -41,13 +40,16 @@ class TextBlock : public IRefCounted {
 
 }  // namespace impl
 
-/// A text that stands in the program itself: a String made of it takes no memory and copies nothing.
+/// A text that stands in the program itself, for as long as the program runs: a String made of it takes no memory and
+/// copies nothing.
 ///
 ///     constinit StaticText kNoSuchFile("No such file.");
 class StaticText final : public impl::TextBlock {
  public:
     template <std::size_t Size>
-    explicit constexpr StaticText(const char (&literal)[Size]) : TextBlock(literal, Size - 1, 0) {}
+    explicit consteval StaticText(const char (&literal)[Size]) : TextBlock(literal, Size - 1, 0) {}
+    StaticText(const StaticText&) = delete;
+    StaticText& operator=(const StaticText&) = delete;
 
     void incRef() override {}
     void decRef() override {}
@@ -92,6 +94,14 @@ class String : public RefersTo<IRefCounted> {
     /// kept, if memory is refused. `text` may be part of this String's own text.
     bool append(std::string_view text);
 
+    /// Replaces the text with `length` characters that are yet to be put where the result points. Null, with the old
+    /// text kept, if memory is refused.
+    char* makeRoom(std::size_t length);
+
+    /// Drops the characters from `newLength` on. The memory they took stays with a text that nobody shares. False, with
+    /// all of the text kept, if it is shared and memory is refused.
+    bool truncate(std::size_t newLength);
+
     /// Replaces the text with what printf would print, which is the empty text if a conversion fails. False, with the
     /// old text kept, if memory is refused.
     [[gnu::format(printf, 2, 0)]] bool assignFormat(const char* fmt, std::va_list args);
@@ -113,8 +123,8 @@ class String : public RefersTo<IRefCounted> {
     static String format(long value, Radix radix = Radix::Decimal);
     static String format(unsigned long value, Radix radix = Radix::Decimal);
 
-    /// Reads the whole of `text` as one number, in the form that `format` of the same type gives it. False, with `out`
-    /// unchanged, if it is not one, is empty, or names a number that the type cannot hold.
+    /// Reads the whole of `text` as one number, as number_text.h describes it. False, with `out` unchanged, if it is
+    /// not one, is empty, or names a number that the type cannot hold.
     static bool parse(const String& text, bool& out);
     static bool parse(const String& text, float& out);
     static bool parse(const String& text, double& out);
@@ -133,19 +143,10 @@ class String : public RefersTo<IRefCounted> {
     friend std::strong_ordering operator<=>(const String& a, const char* b) { return a.view() <=> viewOf(b); }
 
  private:
-    friend class impl::File;  // reads texts from files straight into their blocks
-
     static String joined(std::string_view left, std::string_view right);
     static std::string_view viewOf(const char* text) { return text ? std::string_view(text) : std::string_view(); }
 
     impl::TextBlock* block() const { return static_cast<impl::TextBlock*>(get()); }
-
-    /// Drops the text and returns room for `room` characters, to be filled and then ended with `endAt`. Null, with the
-    /// old text kept, if memory is refused.
-    char* makeRoom(std::size_t room);
-
-    /// Ends the text that was put into `makeRoom`'s room after `length` characters.
-    void endAt(std::size_t length);
 };
 
 std::ostream& operator<<(std::ostream& out, const String& text);

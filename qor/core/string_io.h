@@ -9,11 +9,6 @@ namespace qor {
 /// stays as it was; `append` tells.
 class StringIO {
  public:
-    /// The empty text.
-    StringIO() = default;
-    StringIO(const StringIO&) = default;
-    StringIO& operator=(const StringIO&) = default;
-
     /// Replaces the content.
     StringIO& operator=(const String& newText) {
         text = newText;

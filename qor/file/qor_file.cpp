@@ -80,6 +80,21 @@ bool addPiece(std::vector<String>& pieces, std::string_view text) try {
     return false;
 }
 
+// Puts the pieces together in `out`, letting each go as soon as it is copied.
+bool join(std::vector<String>& pieces, String& out) {
+    std::size_t size = 0;
+    for (const String& piece : pieces) size += piece.length();
+    String whole;
+    char* to = whole.makeRoom(size);
+    if (!to) return false;
+    for (String& piece : pieces) {
+        to += piece.view().copy(to, piece.length());
+        piece = String();
+    }
+    out = whole;
+    return true;
+}
+
 // Figures of a message, as printf wants them.
 String figures(const char* pattern, std::uint64_t requested, std::uint64_t done) {
     return String::format(pattern, static_cast<unsigned long long>(requested), static_cast<unsigned long long>(done));
@@ -92,6 +107,7 @@ String figures(const char* pattern, std::uint64_t requested, std::uint64_t done)
 File::~File() { static_cast<void>(close()); }
 
 bool File::open(String path, Mode newMode, Format newFormat) {
+    check();
     error = "";
     if (stream) {
         const bool flushed = flush();
@@ -115,6 +131,7 @@ bool File::open(String path, Mode newMode, Format newFormat) {
 }
 
 bool File::close() {
+    check();
     error = "";
     bool closed = true;
     if (stream) {
@@ -129,6 +146,7 @@ bool File::close() {
 }
 
 bool File::flush() {
+    check();
     error = "";
     return !stream || flushStep();
 }
@@ -289,6 +307,7 @@ std::uint64_t File::unread() const {
 }
 
 std::uint64_t File::seek(std::int64_t offset, std::uint32_t whence) {
+    check();
     if (!stream) {
         fail(kCannotSeekClosed);
         return 0;
@@ -397,8 +416,9 @@ String File::read() {
         fail(kReadTextOnly);
         return {};
     }
-    // The measured length can be anything (2^63-1 for a directory, all bits set after a failed tell). Where it cannot
-    // be held, as much is read as the buffer holds; that is too little, and fails as any read does that came up short.
+    // One call reads all of the file, so this is the one text whose memory is taken before it has arrived. The measured
+    // length can be anything (2^63-1 for a directory, all bits set after a failed tell). Where it cannot be held, as
+    // much is read as the buffer holds; that is too little, and fails as any read does that came up short.
     String text;
     char* const block = text.makeRoom(length);
     const std::uint64_t here = position;
@@ -411,7 +431,10 @@ String File::read() {
         fail(kReadFileFailed);
         return {};
     }
-    text.endAt(upToZero(block, length).size());
+    const std::string_view kept = upToZero(block, length);
+    String cut;
+    if (kept.size() < length / 2 && cut.assign(kept)) return cut;  // and not hold on to the whole block
+    text.truncate(kept.size());
     return text;
 }
 
@@ -444,6 +467,10 @@ bool File::read(StringIO& out) {
     }
     String text;
     if (!readCharacters(count, text)) return false;
+    if (out.isEmpty()) {
+        out = text;
+        return true;
+    }
     return out.append(text.view()) || fail(kOutOfMemory);
 }
 
@@ -471,22 +498,6 @@ bool File::readCharacters(std::uint64_t count, String& out) {
     };
     if (!readPieces(count, take)) return false;
     return pieces.empty() || join(pieces, out) || fail(kOutOfMemory);
-}
-
-// Puts the pieces together in `out`, letting each go as soon as it is copied.
-bool File::join(std::vector<String>& pieces, String& out) {
-    std::size_t size = 0;
-    for (const String& piece : pieces) size += piece.length();
-    String whole;
-    char* to = whole.makeRoom(size);
-    if (!to) return false;
-    for (String& piece : pieces) {
-        to += piece.view().copy(to, piece.length());
-        piece = String();
-    }
-    whole.endAt(size);
-    out = whole;
-    return true;
 }
 
 }  // namespace impl

@@ -15,7 +15,6 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
-#include <vector>
 
 #include "qor/core/endian.h"
 #include "qor/core/fs.h"
@@ -37,16 +36,40 @@ concept Scalar = std::same_as<T, char> || std::same_as<T, bool> || std::same_as<
     std::same_as<T, int> || std::same_as<T, unsigned int> || std::same_as<T, long> || std::same_as<T, unsigned long> ||
     std::same_as<T, float> || std::same_as<T, double>;
 
-/// What C++ would quietly turn into a number although it is none that a file holds.
 template <typename T>
-concept NotStored = std::same_as<T, wchar_t> || std::same_as<T, char8_t> || std::same_as<T, char16_t> ||
+concept BoolEnum = requires {
+    { std::underlying_type_t<T>() } -> std::same_as<bool>;
+};
+
+/// What C++ would quietly turn into a number although it is none that a file holds. An enumeration of `bool` is
+/// promoted to `int` by one compiler and to `bool` by the other, so its bytes would depend on who compiled the program.
+template <typename T>
+concept NotStored = BoolEnum<T> || std::same_as<T, wchar_t> || std::same_as<T, char8_t> || std::same_as<T, char16_t> ||
     std::same_as<T, char32_t> || std::same_as<T, long double>;
 
 template <typename T>
 concept NotCharacter = !std::is_same_v<std::remove_const_t<T>, char>;
 
+/// A class whose objects turn into a pointer other than to characters, and from there into a truth value: a lambda, an
+/// atomic pointer.
+template <typename T>
+concept TurnsIntoPointer = std::is_class_v<T> && requires(const T& value) {
+    requires std::is_pointer_v<decltype(+value)>;
+    requires NotCharacter<std::remove_pointer_t<decltype(+value)>>;
+};
+
+template <typename T>
+concept Number = std::is_arithmetic_v<T> || std::is_enum_v<T>;
+
 template <typename T, typename AnyFile>
-concept WritableTo = requires(AnyFile& file, const T& value) {
+concept NumberFor = requires(AnyFile& file, T value) {
+    requires Number<T>;
+    file.write(value);
+};
+
+template <typename T, typename AnyFile>
+concept ObjectFor = requires(AnyFile& file, const T& value) {
+    requires !Number<T>;
     file.write(value);
 };
 
@@ -78,7 +101,7 @@ class File : public RefersTo<RefCounted> {
     /// A closed file. Throws std::bad_alloc if there is no memory for its buffer; no other operation throws.
     File();
 
-    // A handle always has its file, so one that is moved from keeps sharing it.
+    // A handle always has its file: it is copied and never moved from.
     File(const File&) = default;
     File& operator=(const File&) = default;
 
@@ -204,9 +227,18 @@ class File : public RefersTo<RefCounted> {
 
     /// Calls `write` or `read` with each value and drops its result: a chain attempts every step even after a failure,
     /// and `ok()` tells of it at the end.
-    template <typename Self = File, impl::WritableTo<Self> T>
-    File& operator<<(const T& value) {
+    template <typename Self = File, impl::NumberFor<Self> T>
+    File& operator<<(T value) {
         write(value);
+        return *this;
+    }
+    template <typename Self = File, impl::ObjectFor<Self> T>
+    File& operator<<(const T& value) {
+        if constexpr (std::is_array_v<T>) {
+            write(std::string_view(value, std::extent_v<T>));  // up to its first zero byte, or else its end
+        } else {
+            write(value);
+        }
         return *this;
     }
     template <typename Self = File, impl::ReadableFrom<Self> T>
@@ -223,6 +255,8 @@ class File : public RefersTo<RefCounted> {
     bool write(T* value) = delete;
     template <typename T, typename C>
     bool write(T C::*value) = delete;
+    template <impl::TurnsIntoPointer T>
+    bool write(const T& value) = delete;
     template <impl::NotStored T>
     bool write(T value) = delete;
 
@@ -235,6 +269,8 @@ class File : public RefersTo<RefCounted> {
     File& operator<<(T* value) = delete;
     template <typename T, typename C>
     File& operator<<(T C::*value) = delete;
+    template <impl::TurnsIntoPointer T>
+    File& operator<<(const T& value) = delete;
     template <impl::NotStored T>
     File& operator<<(T value) = delete;
 
@@ -325,7 +361,6 @@ class File final : public RefCounted {
     template <typename Take>
     bool readPieces(std::uint64_t n, Take take);
     bool readCharacters(std::uint64_t count, String& out);
-    static bool join(std::vector<String>& pieces, String& out);
 
     /// The common cases, in which a value needs the buffer alone: behind the staged bytes there is room for it, or all
     /// of it lies in the loaded chunk.
@@ -342,9 +377,8 @@ class File final : public RefCounted {
     // Between two operations:
     //   bufPos <= kStagingSize
     //   Mode::Write     chunkStart == chunkEnd == 0, and the first bufPos bytes of the buffer wait for the stream
-    //   Mode::Read      chunkEnd - chunkStart <= kStagingSize; with bufPos > 0, bufPos bytes of that chunk are read,
-    //   and
-    //                   the stream stands at its end, filePos. With bufPos == 0 the next read loads a chunk.
+    //   Mode::Read      chunkEnd - chunkStart <= kStagingSize. With bufPos > 0, that many bytes of the chunk are read,
+    //                   and the stream stands at its end, filePos; with bufPos == 0, the next read loads a chunk
     void check() const;
 
     fs::Stream* stream = nullptr;

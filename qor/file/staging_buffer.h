@@ -50,7 +50,7 @@ class StagingBuffer {
 
  private:
     std::uint64_t live = 0;  // bytes before this one are content; the others count as zeros
-    std::uint64_t used = 0;  // bytes from here on, and from `live` on, have not been touched since the last wipe
+    std::uint64_t used = 0;  // bytes from here on are untouched since the last wipe, unless live or put without `keep`
     unsigned char bytes[kStagingSize];
 };
 
