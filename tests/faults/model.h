@@ -1,0 +1,452 @@
+// The file layer a second time, written for plainness alone: what every operation does, in numbered steps.
+//
+// It moves whole texts and zero-fills whole buffers, and shares no code with the library, so that the two agree only if
+// both are right. It runs on a Disk of its own, and the tests compare after every operation what can be seen from
+// outside: result, error text, counters, the calls on the stream and the bytes in the files.
+#pragma once
+
+#include <bit>
+#include <charconv>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "faults/scripted_fs.h"
+#include "qor/file/qor_file.h"
+
+namespace qor::test {
+
+class Model {
+ public:
+    using Mode = File::Mode;
+    using Format = File::Format;
+
+    explicit Model(Disk& simulated) : disk(simulated), buffer(kStagingSize, '\0') {}
+    ~Model() { close(); }
+    Model(const Model&) = delete;
+    Model& operator=(const Model&) = delete;
+
+    // ---- State ------------------------------------------------------------------------------------------------------
+
+    std::uint64_t len() const { return length; }
+    std::uint64_t pos() const { return position; }
+    bool eof() const { return position >= length; }
+    Format format() const { return format_; }
+    std::string error() const { return error_; }
+    bool ok() const { return error_.empty(); }
+
+    // ---- Life cycle -------------------------------------------------------------------------------------------------
+
+    bool open(const std::string& path, Mode mode, Format format) {
+        // 1. Nothing has failed yet.
+        error_ = "";
+        // 2. Close what is open; a failure is told, and opening goes on.
+        if (stream) {
+            const bool flushed = flush();
+            const bool closed = disk.Fclose(stream) == 0;
+            if (!closed || !flushed) error_ = "Fclose failed.";
+        }
+        // 3. Reset.
+        reset();
+        // 4. Format and mode are kept even if the stream cannot be opened.
+        format_ = format;
+        mode_ = mode;
+        // 5. (A simulated path is never a real file, so it is used as it stands.)
+        // 6, 7, 8. Only the modes 1 and 2 write. A stream that cannot be opened leaves no text.
+        const bool writes = mode == Mode::Write || mode == Mode::ReadWrite;
+        stream = disk.Fopen(path, writes ? "wb" : "rb");
+        if (!stream) return false;
+        // 9. Writing needs no length.
+        if (mode == Mode::Write) return true;
+        // 10. The third mode measures and stays at the end.
+        length = seek(0, kFromEnd);
+        if (mode == Mode::ReadWrite) return true;
+        // 11. Everything else measures and goes back to the start.
+        if (seek(0, kFromStart) != 0) {
+            close();
+            error_ = "Failed to rewind file while opening.";
+            return false;
+        }
+        return true;
+    }
+
+    bool flush() {
+        error_ = "";
+        if (!stream) return true;
+        return flushStep();
+    }
+
+    bool close() {
+        // 1. Nothing has failed yet.
+        error_ = "";
+        bool result = true;
+        // 2, 3, 4. Flush and close. One text for whatever failed.
+        if (stream) {
+            const bool flushed = flushStep();
+            const bool closed = disk.Fclose(stream) == 0;
+            result = closed && flushed;
+            if (!result) error_ = "Fclose failed.";
+        }
+        // 5, 6. Forget everything but the text.
+        reset();
+        mode_ = Mode::Read;
+        format_ = Format::Text;
+        return result;
+    }
+
+    // ---- Moving within the file -------------------------------------------------------------------------------------
+
+    std::uint64_t seek(std::int64_t offset) { return seek(offset, kFromStart); }
+    std::uint64_t skip(std::int64_t n) { return seek(n, kFromCurrent); }
+
+    unsigned char peek() {
+        // 1. Only reading looks ahead.
+        if (mode_ != Mode::Read) {
+            error_ = "File::peek() only supported in read mode.";
+            return 0;
+        }
+        // 2. Remember where the caller is.
+        const std::uint64_t p = position;
+        // 3. Take a byte, or 0.
+        std::string byte;
+        if (!stream) error_ = "File not successfully opened, cannot read.";
+        if (!stream || !readInternal(byte, 1)) byte = std::string(1, '\0');
+        // 4. Go back, which clears the text and drops the chunk.
+        seek(static_cast<std::int64_t>(p), kFromStart);
+        // 5. Give the byte.
+        return static_cast<unsigned char>(byte[0]);
+    }
+
+    // ---- Numbers ----------------------------------------------------------------------------------------------------
+
+    bool write(char value) {
+        if (!okToWrite()) return false;
+        return writeInternal(std::string(1, value));
+    }
+
+    template <typename T>
+    requires(std::is_arithmetic_v<T> && !std::is_same_v<T, char>) bool write(T value) {
+        // 1. Admission.
+        if (!okToWrite()) return false;
+        // 2. Printed, with nothing around it.
+        if (mode_ == Mode::Write && format_ == Format::Text) return write(printed(value).c_str());
+        // 3. Or its bytes, the lowest first.
+        return writeInternal(stored(value));
+    }
+
+    template <typename T>
+    requires(std::is_arithmetic_v<T>) bool read(T& value) {
+        // 1. Admission.
+        if (!okToRead()) return false;
+        // 2, 3. All of its bytes or none.
+        std::string bytes;
+        if (!readInternal(bytes, sizeof(T))) return false;
+        // 4, 5. The host's order, into the caller's variable.
+        if (std::endian::native == std::endian::big) bytes = std::string(bytes.rbegin(), bytes.rend());
+        std::memcpy(&value, bytes.data(), sizeof(T));
+        return true;
+    }
+
+    // ---- Texts ------------------------------------------------------------------------------------------------------
+
+    bool write(const char* text) {
+        const bool counted = mode_ == Mode::Write && format_ == Format::Binary;
+        // 1. Admission.
+        if (!okToWrite()) return false;
+        // 2, 3. No text: at most its count, whose result nobody asks for.
+        if (!text || !*text) {
+            if (counted) write(0ul);
+            return true;
+        }
+        // 4. The count; again nobody asks.
+        const std::string characters = text;
+        if (counted) write(static_cast<unsigned long>(characters.size()));
+        // 5. The characters.
+        return writeInternal(characters);
+    }
+
+    /// The whole of a text file.
+    std::string read() {
+        // 1, 2. Admission.
+        if (!okToRead()) return "";
+        if (mode_ == Mode::Read && format_ == Format::Binary) {
+            error_ = "read() is not supported in binary mode.";
+            return "";
+        }
+        // 3, 4. Remember where the caller is.
+        const std::uint64_t p = position;
+        // 5. To the start.
+        seek(0, kFromStart);
+        // 6. All of it, past the buffer; of a length that no memory holds, as much as the buffer would.
+        std::string block(length > kMostThatMemoryHolds ? kStagingSize : length, '\0');
+        const std::uint64_t count = disk.Fread(block.data(), block.size(), stream);
+        block.resize(count);
+        // 7. Back again.
+        seek(static_cast<std::int64_t>(p), kFromStart);
+        // 8. All came: the text up to the first zero byte.
+        if (count == length) return block.c_str();
+        // 9. It did not.
+        error_ = "Failed to read file.";
+        return "";
+    }
+
+    bool read(std::string& out) {
+        // 1. Admission.
+        if (!okToRead()) return false;
+        // 2. A text file is one text.
+        if (mode_ == Mode::Read && format_ == Format::Text) {
+            out = read();
+            return !out.empty();
+        }
+        // 3. The count.
+        std::string characters;
+        std::uint64_t count = 0;
+        if (!readCount(count)) return false;
+        // 4, 5. The characters, up to the first zero byte.
+        if (count > 0 && !readInternal(characters, count)) return false;
+        out = characters.c_str();
+        return true;
+    }
+
+    /// Reads into a string builder, which keeps what it holds and grows.
+    bool readInto(std::string& out) {
+        if (!okToRead()) return false;
+        if (mode_ == Mode::Read && format_ == Format::Text) {
+            out = read();
+            return !out.empty();
+        }
+        std::string characters;
+        std::uint64_t count = 0;
+        if (!readCount(count)) return false;
+        if (count == 0) {
+            out = "";
+            return true;
+        }
+        if (!readInternal(characters, count)) return false;
+        out += characters.c_str();
+        return true;
+    }
+
+ private:
+    static constexpr std::uint64_t kStagingSize = 0x100000;
+    static constexpr std::uint64_t kMostThatMemoryHolds = std::uint64_t{1} << 47;
+    static constexpr std::uint64_t kAllBitsSet = 0xFFFFFFFFFFFFFFFF;
+    enum Origin : std::uint32_t { kFromStart, kFromCurrent, kFromEnd };
+
+    // ---- Admission --------------------------------------------------------------------------------------------------
+
+    bool okToWrite() {
+        if (!stream) {
+            error_ = "File not successfully opened, cannot write.";
+            return false;
+        }
+        if (mode_ == Mode::Read) {
+            error_ = "Cannot write while in read mode.";
+            return false;
+        }
+        return true;
+    }
+
+    bool okToRead() {
+        if (!stream) {
+            error_ = "File not successfully opened, cannot read.";
+            return false;
+        }
+        if (mode_ == Mode::Write) {
+            error_ = "Cannot write while in write mode.";
+            return false;
+        }
+        return true;
+    }
+
+    // ---- Steps that several operations take -------------------------------------------------------------------------
+
+    void zeroBuffer() { std::memset(buffer.data(), 0, buffer.size()); }
+
+    void reset() {
+        stream = nullptr;
+        bufPos = 0;
+        position = 0;
+        length = filePos = chunkStart = chunkEnd = 0;
+        zeroBuffer();
+    }
+
+    bool flushStep() {
+        // Only the mode Write has bytes for the stream; everything else drops what is in the buffer.
+        if (mode_ != Mode::Write) {
+            zeroBuffer();
+            bufPos = chunkStart = chunkEnd = 0;
+            return true;
+        }
+        // 1. The staged bytes are handed over, and gone even if they were not taken.
+        bool result = true;
+        if (bufPos > 0) {
+            const std::uint64_t count = disk.Fwrite(buffer.data(), bufPos, stream);
+            if (count != bufPos) {
+                error_ = "Fwrite failed. ";
+                result = false;
+            }
+            bufPos = chunkStart = chunkEnd = 0;
+        }
+        // 2. The stream is flushed in any case; its text also follows a failed write.
+        if (disk.Fflush(stream) != 0) result = false;
+        if (!result) error_ += "fflush failed.";
+        // 3. Where are we? Not knowing is no failure, but has the last word.
+        tell();
+        return result;
+    }
+
+    // Takes the stream's offset over. Gives it, or all bits set if the stream does not know.
+    std::uint64_t tell() {
+        const std::int64_t told = disk.Ftell(stream);
+        if (told == -1) {
+            error_ = "Tell failed.";
+            position = filePos;
+            return kAllBitsSet;
+        }
+        filePos = position = static_cast<std::uint64_t>(told);
+        return position;
+    }
+
+    std::uint64_t seek(std::int64_t offset, Origin origin) {
+        // 1. There must be a stream.
+        if (!stream) {
+            error_ = "Cannot seek, file is not opened.";
+            return 0;
+        }
+        // 2. Nothing has failed yet.
+        error_ = "";
+        // 3. Flush; its result is not asked for, and its text stands until something else fails.
+        flushStep();
+        // 4. Move.
+        if (disk.Fseek(stream, offset, origin) != 0) {
+            error_ = "Seek failed, returning zero.";
+            return 0;
+        }
+        // 5. Where to?
+        return tell();
+    }
+
+    // ---- Transport --------------------------------------------------------------------------------------------------
+
+    bool writeInternal(const std::string& data) {
+        const std::uint64_t n = data.size();
+        // 1. What does not fit goes after what is staged, even if nothing is.
+        if (bufPos + n > kStagingSize) {
+            const std::uint64_t count = disk.Fwrite(buffer.data(), bufPos, stream);
+            if (count != bufPos) {
+                error_ = moved("Fwrite", bufPos, count);
+                return false;
+            }
+            zeroBuffer();
+            bufPos = 0;
+        }
+        // 2. What never fits goes straight to the stream. A failure tells bufPos, which is 0, and not n.
+        if (n > kStagingSize) {
+            const std::uint64_t count = disk.Fwrite(data.data(), n, stream);
+            if (count != n) {
+                error_ = moved("Fwrite", bufPos, count);
+                return false;
+            }
+            filePos += n;
+            position += n;
+            return true;
+        }
+        // 3. The rest is staged.
+        std::memcpy(buffer.data() + bufPos, data.data(), n);
+        bufPos += n;
+        position += n;
+        return true;
+    }
+
+    // Appends `n` bytes to `to`, or fewer and gives false.
+    bool readInternal(std::string& to, std::uint64_t n) {
+        // 1. What a refill asks for; the difference wraps where the stream is past the end.
+        std::uint64_t chunk = kStagingSize;
+        if (filePos + kStagingSize > length) chunk = length - filePos;
+        // 2. Refill if no chunk is loaded. The stream never gets more room than the buffer has.
+        if (bufPos == 0) {
+            const std::uint64_t asked = chunk < kStagingSize ? chunk : kStagingSize;
+            const std::uint64_t count = disk.Fread(buffer.data(), asked, stream);
+            if (count != chunk) {
+                error_ = moved("Fread", chunk, count);
+                return false;
+            }
+            chunkStart = filePos;
+            chunkEnd = filePos = chunkStart + chunk;
+        }
+        // 3. Bound check, as if sums could not wrap.
+        const std::uint64_t at = chunkStart + bufPos;
+        if (at > length || n > length - at) {
+            error_ = "Attempted to read beyond file size.";
+            return false;
+        }
+        // 4. The rest of the chunk is enough. Where bytes are staged and no chunk is loaded, the difference wraps: what
+        // may be read then is what the buffer holds, zeros after the staged bytes.
+        std::uint64_t avail = chunkEnd - at;
+        if (avail > kStagingSize - bufPos) avail = kStagingSize - bufPos;
+        if (n <= avail) {
+            to.append(buffer, bufPos, n);
+            bufPos += n;
+            position += n;
+            return true;
+        }
+        // 5. It is not: take it all and go on with the next chunk.
+        to.append(buffer, bufPos, avail);
+        zeroBuffer();
+        position += avail;
+        bufPos = 0;
+        return readInternal(to, n - avail);
+    }
+
+    static std::string moved(const char* function, std::uint64_t requested, std::uint64_t count) {
+        return std::string(function) + " failed. Requested " + std::to_string(requested) + ", read " +
+               std::to_string(count) + ".";
+    }
+
+    bool readCount(std::uint64_t& count) {
+        std::string bytes;
+        if (!readInternal(bytes, 8)) return false;
+        for (int i = 7; i >= 0; --i)
+            count = count * 256 + static_cast<unsigned char>(bytes[static_cast<std::size_t>(i)]);
+        return true;
+    }
+
+    // ---- Numbers as bytes and as text -------------------------------------------------------------------------------
+
+    template <typename T>
+    static std::string stored(T value) {
+        std::string bytes(sizeof(T), '\0');
+        std::memcpy(bytes.data(), &value, sizeof(T));
+        return std::endian::native == std::endian::little ? bytes : std::string(bytes.rbegin(), bytes.rend());
+    }
+
+    template <typename T>
+    static std::string printed(T value) {
+        if constexpr (std::is_same_v<T, bool>) {
+            return value ? "true" : "false";
+        } else if constexpr (std::is_integral_v<T>) {
+            return std::to_string(value);
+        } else {
+            char text[64];
+            return std::string(text, std::to_chars(text, text + sizeof text, value).ptr);
+        }
+    }
+
+    Disk& disk;
+    Disk::Stream* stream = nullptr;
+    Mode mode_ = Mode::Read;
+    Format format_ = Format::Text;
+    std::string error_;
+    std::uint64_t length = 0;
+    std::uint64_t filePos = 0;
+    std::uint64_t chunkStart = 0;
+    std::uint64_t chunkEnd = 0;
+    std::uint64_t bufPos = 0;
+    std::string buffer;
+    std::uint64_t position = 0;
+};
+
+}  // namespace qor::test

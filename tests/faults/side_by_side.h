@@ -1,0 +1,171 @@
+// A File and its Model taken through the same steps, and compared after each.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "faults/model.h"
+#include "faults/scripted_fs.h"
+#include "qor/core/string_io.h"
+#include "qor/file/qor_file.h"
+#include "support/test_files.h"
+
+namespace qor::test {
+
+// What a step has in hand: the file as the library has it, or as the model does. Either is copied to share the open
+// file, and reset to let it go.
+using Real = std::optional<File>;
+using Twin = std::shared_ptr<Model>;
+
+// ---- What is compared -----------------------------------------------------------------------------------------------
+
+inline std::string shown(bool value) { return value ? "true" : "false"; }
+inline std::string shown(unsigned char value) { return std::to_string(value); }
+inline std::string shown(std::uint64_t value) { return std::to_string(value); }
+
+// Long texts show their size, a sum and their first characters.
+inline std::string shown(const std::string& text) {
+    if (text.size() <= 100) return '"' + text + '"';
+    std::uint64_t sum = 0;
+    for (const char c : text) sum = sum * 31 + static_cast<unsigned char>(c);
+    return std::to_string(text.size()) + " characters of sum " + std::to_string(sum) + ", \"" + text.substr(0, 20) +
+           "...";
+}
+inline std::string shown(const String& text) { return shown(std::string(text.view())); }
+
+template <typename Handle>
+std::string state(const Handle& file) {
+    if (!file) return "no file";
+    return "error " + shown(file->error()) + ", len " + shown(file->len()) + ", pos " + shown(file->pos()) + ", eof " +
+           shown(file->eof()) + ", format " + shown(static_cast<std::uint64_t>(file->format())) + ", ok " +
+           shown(file->ok());
+}
+
+// ---- Steps that take more than one expression -----------------------------------------------------------------------
+
+/// Reads a number into a variable that holds 1, and shows the result and the variable's bytes.
+template <typename T, typename Handle>
+std::string take(Handle& file) {
+    T value{1};
+    const bool done = file->read(value);
+    unsigned char bytes[sizeof(T)];
+    std::memcpy(bytes, &value, sizeof(T));
+    std::string text = shown(done);
+    for (const unsigned char byte : bytes) text += ' ' + std::to_string(byte);
+    return text;
+}
+
+/// Reads a text into a variable that holds "before", and shows the result and the variable.
+inline std::string takeText(Real& file) {
+    String text = "before";
+    const bool done = file->read(text);
+    return shown(done) + ' ' + shown(text);
+}
+inline std::string takeText(Twin& file) {
+    std::string text = "before";
+    const bool done = file->read(text);
+    return shown(done) + ' ' + shown(text);
+}
+
+/// The same with a string builder.
+inline std::string takeBuilt(Real& file) {
+    StringIO text;
+    text = "before";
+    const bool done = file->read(text);
+    return shown(done) + ' ' + shown(std::string(text.buf()));
+}
+inline std::string takeBuilt(Twin& file) {
+    std::string text = "before";
+    const bool done = file->readInto(text);
+    return shown(done) + ' ' + shown(text);
+}
+
+inline bool printSum(Real& file, int a, int b) { return file->printLn("%d + %d = %d", a, b, a + b); }
+inline bool printSum(Twin& file, int a, int b) {
+    return file->write((std::to_string(a) + " + " + std::to_string(b) + " = " + std::to_string(a + b) + "\n").c_str());
+}
+
+template <typename Handle>
+bool share(Handle& file, Handle& copy) {
+    copy = file;
+    return true;
+}
+
+template <typename Handle>
+bool letGo(Handle& file) {
+    file.reset();
+    return true;
+}
+
+inline bool change(Disk& disk, std::string_view bytes) {
+    disk.make("simulated/a", bytes);
+    return true;
+}
+
+/// One step, written once for both. It shows its result as text.
+class Step {
+ public:
+    template <typename Act>
+    Step(std::string stepName, Act act) : name(std::move(stepName)), onReal(act), onModel(act) {}
+
+    std::string name;
+    std::function<std::string(Real& file, Real& copy, Disk& disk)> onReal;
+    std::function<std::string(Twin& file, Twin& copy, Disk& disk)> onModel;
+};
+
+// A step that is one expression over `file`, `copy` and `disk`.
+#define QOR_STEP(...)                                                                                          \
+    ::qor::test::Step(#__VA_ARGS__, [](auto& file, [[maybe_unused]] auto& copy, [[maybe_unused]] auto& disk) { \
+        static_cast<void>(file);                                                                               \
+        return ::qor::test::shown(__VA_ARGS__);                                                                \
+    })
+
+/// Both files, each on a disk of its own.
+class SideBySide {
+ public:
+    using Prepare = std::function<void(Disk& disk)>;
+
+    /// `prepare` makes the files and the script of either disk.
+    explicit SideBySide(const Prepare& prepare) : model(std::make_shared<Model>(modelDisk)) {
+        real.emplace();
+        prepare(disk);
+        prepare(modelDisk);
+    }
+
+    /// The difference that the step makes, or nothing.
+    std::string after(const Step& step) {
+        const std::string library = take(step.onReal(real, realCopy, disk), real, realCopy, disk);
+        const std::string expected = take(step.onModel(model, modelCopy, modelDisk), model, modelCopy, modelDisk);
+        if (library == expected) return "";
+        return step.name + "\n  library: " + library + "\n  model:   " + expected;
+    }
+
+    /// Lets all handles go and gives the difference, in the calls or in the files.
+    std::string atTheEnd() {
+        const std::string difference =
+            after({"the end", [](auto& file, auto& copy, auto&) { return shown(letGo(file) && letGo(copy)); }});
+        if (!difference.empty()) return difference;
+        return disk.holdsTheSameAs(modelDisk) ? "" : "the files differ";
+    }
+
+    ScriptedFs disk;
+    Disk modelDisk;
+
+ private:
+    template <typename Handle>
+    static std::string take(const std::string& result, const Handle& file, const Handle& copy, Disk& on) {
+        return result + ", " + state(file ? file : copy) + ", calls: " + on.takeTranscript();
+    }
+
+    Real real, realCopy;
+    Twin model, modelCopy;
+};
+
+}  // namespace qor::test
