@@ -1,0 +1,10 @@
+# Fails unless the file TEXT holds the file PROGRAM, but for the comment in its first line, word for word.
+file(READ ${TEXT} text)
+file(READ ${PROGRAM} program)
+string(FIND "${program}" "\n" firstLineEnd)
+math(EXPR codeStart "${firstLineEnd} + 1")
+string(SUBSTRING "${program}" ${codeStart} -1 code)
+string(FIND "${text}" "```cpp\n${code}```" at)
+if(at EQUAL -1)
+    message(FATAL_ERROR "${TEXT} does not show ${PROGRAM}")
+endif()
