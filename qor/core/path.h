@@ -1,6 +1,8 @@
 // Path: what the file system says of a path.
 #pragma once
 
+#include <filesystem>
+
 #include "qor/core/string.h"
 
 namespace qor {
@@ -11,7 +13,7 @@ class Path {
  public:
     /// `native` says how the text is written: true, as the platform writes its paths; false, with '/' between the parts
     /// on every platform.
-    Path(const String& pathText, bool native) : text(pathText), isNative(native) {}
+    Path(const String& pathText, bool native);
 
     /// True if the path names an existing regular file, through however many links.
     bool isFile() const;
@@ -21,7 +23,7 @@ class Path {
 
  private:
     String text;
-    bool isNative;
+    std::filesystem::path path;
 };
 
 }  // namespace qor

@@ -66,10 +66,34 @@ constinit StaticText kWriteBytes("wb");
 #endif
 QOR_WRAPS constexpr std::uint64_t wrappedDifference(std::uint64_t a, std::uint64_t b) { return a - b; }
 
-std::string_view upToZero(const char* text, std::uint64_t n) {
+std::string_view upToZero(const void* bytes, std::uint64_t n) {
+    const char* const text = static_cast<const char*>(bytes);
     const void* const zero = std::memchr(text, '\0', n);
     return {text, zero ? static_cast<std::size_t>(static_cast<const char*>(zero) - text) : n};
 }
+
+// How each kind of text takes a whole text file, and how a record. False, with `out` as it was, if memory is refused.
+bool replace(std::string& out, std::string_view text) try {
+    out = text;
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
+}
+bool replace(std::string& out, const String& text) { return replace(out, text.view()); }
+bool replace(String& out, const String& text) {
+    out = text;
+    return true;
+}
+bool replace(StringIO& out, const String& text) {
+    out = text;
+    return true;
+}
+bool put(String& out, std::string_view text) { return out.assign(text); }
+bool put(String& out, const String& text) { return replace(out, text); }
+bool put(std::string& out, std::string_view text) { return replace(out, text); }
+bool put(std::string& out, const String& text) { return replace(out, text.view()); }
+bool put(StringIO& out, std::string_view text) { return out.append(text); }
+bool put(StringIO& out, const String& text) { return out.isEmpty() ? replace(out, text) : out.append(text.view()); }
 
 bool addPiece(std::vector<String>& pieces, std::string_view text) try {
     String piece;
@@ -399,6 +423,12 @@ bool File::write(const char* text) { return writeText(text ? std::string_view(te
 
 // `text` holds no zero byte. The result is that of the characters alone, whatever became of their count.
 bool File::writeText(std::string_view text) {
+    if (writesBinary() && text.size() < kStagingSize && hasRoom(sizeof(unsigned long) + text.size())) {
+        stage<unsigned long>(text.size());
+        text.copy(reinterpret_cast<char*>(buffer.at(bufPos)), text.size());
+        advance(text.size());
+        return true;
+    }
     if (!okToWrite()) return false;
     if (writesBinary()) write<unsigned long>(text.size());
     return text.empty() || writeInternal(text.data(), text.size());
@@ -438,50 +468,28 @@ String File::read() {
     return text;
 }
 
-bool File::read(String& out) {
-    if (!okToRead()) return false;
-    if (readsText()) {
-        out = read();
-        return !out.isEmpty();
-    }
-    unsigned long count;
-    if (!read(count)) return false;
-    if (count == 0) {
-        out = String();
-        return true;
-    }
-    return readCharacters(count, out);
-}
+bool File::read(String& out) { return readInto(out); }
+bool File::read(StringIO& out) { return readInto(out); }
+bool File::read(std::string& out) { return readInto(out); }
 
-bool File::read(StringIO& out) {
+template <typename Text>
+bool File::readInto(Text& out) {
     if (!okToRead()) return false;
     if (readsText()) {
-        out = read();
-        return !out.isEmpty();
+        const String whole = read();
+        if (!replace(out, whole)) return fail(kOutOfMemory);
+        return !whole.isEmpty();
     }
     unsigned long count;
-    if (!read(count)) return false;
-    if (count == 0) {
-        out = StringIO();
+    if (!take(count) && !read(count)) return false;
+    if (count == 0) return replace(out, String());
+    if (hasUnread(count)) {
+        if (!put(out, upToZero(buffer.at(bufPos), count))) return fail(kOutOfMemory);
+        advance(count);
         return true;
     }
     String text;
-    if (!readCharacters(count, text)) return false;
-    if (out.isEmpty()) {
-        out = text;
-        return true;
-    }
-    return out.append(text.view()) || fail(kOutOfMemory);
-}
-
-bool File::read(std::string& out) try {
-    if (!okToRead()) return false;
-    String text;
-    const bool done = read(text);
-    if (done || readsText()) out = text.view();
-    return done;
-} catch (const std::bad_alloc&) {
-    return fail(kOutOfMemory);
+    return readCharacters(count, text) && (put(out, text) || fail(kOutOfMemory));
 }
 
 // Reads `count` characters, more than none, and keeps those before the first zero byte. The count is a stranger's
@@ -490,7 +498,7 @@ bool File::readCharacters(std::uint64_t count, String& out) {
     std::vector<String> pieces;  // stays empty if all of them lie in one chunk
     bool ended = false;
     const auto take = [&](const unsigned char* bytes, std::uint64_t size) {
-        const std::string_view piece = upToZero(reinterpret_cast<const char*>(bytes), size);
+        const std::string_view piece = upToZero(bytes, size);
         if (size == count) return out.assign(piece);
         if (!ended && !addPiece(pieces, piece)) return false;
         ended = ended || piece.size() < size;

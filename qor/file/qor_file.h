@@ -360,13 +360,31 @@ class File final : public RefCounted {
     std::uint64_t unread() const;
     template <typename Take>
     bool readPieces(std::uint64_t n, Take take);
+    template <typename Text>
+    bool readInto(Text& out);
     bool readCharacters(std::uint64_t count, String& out);
 
-    /// The common cases, in which a value needs the buffer alone: behind the staged bytes there is room for it, or all
-    /// of it lies in the loaded chunk.
+    // The common cases, in which a value needs the buffer alone: behind the staged bytes there is room for it, or all
+    // of it lies in the loaded chunk.
     bool hasRoom(std::uint64_t n) const { return mode == Mode::Write && stream && n <= kStagingSize - bufPos; }
     bool hasUnread(std::uint64_t n) const {
-        return mode == Mode::Read && bufPos > 0 && bufPos + n <= chunkEnd - chunkStart;
+        return mode == Mode::Read && bufPos > 0 && n <= chunkEnd - chunkStart - bufPos;
+    }
+
+    /// Stages the bytes of a scalar for which there is room.
+    template <typename T>
+    void stage(T value) {
+        storeLittle(buffer.at(bufPos), value);
+        advance(sizeof(T));
+    }
+
+    /// Reads a scalar if all of it lies in the loaded chunk.
+    template <typename T>
+    bool take(T& value) {
+        if (!hasUnread(sizeof(T))) return false;
+        loadLittle(buffer.at(bufPos), value);
+        advance(sizeof(T));
+        return true;
     }
 
     void advance(std::uint64_t n) {
@@ -409,25 +427,20 @@ template <typename T>
 bool File::writeScalar(T value) {
     impl::File& file = self();
     if (!file.hasRoom(sizeof(T)) || file.format != Format::Binary) return file.write(value);
-    storeLittle(file.buffer.at(file.bufPos), value);
-    file.advance(sizeof(T));
+    file.stage(value);
     return true;
 }
 
 template <typename T>
 bool File::readScalar(T& value) {
     impl::File& file = self();
-    if (!file.hasUnread(sizeof(T))) return file.read(value);
-    loadLittle(file.buffer.at(file.bufPos), value);
-    file.advance(sizeof(T));
-    return true;
+    return file.take(value) || file.read(value);
 }
 
 inline bool File::write(char value) {
     impl::File& file = self();
     if (!file.hasRoom(1)) return file.write(value);
-    *file.buffer.at(file.bufPos) = static_cast<unsigned char>(value);
-    file.advance(1);
+    file.stage(value);
     return true;
 }
 inline bool File::write(bool value) { return writeScalar(value); }
