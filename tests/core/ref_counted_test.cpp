@@ -91,7 +91,7 @@ TEST_F(RefersToTest, AMoveHandsTheReferenceOnAndCountsNothing) {
         Pointer from(&first);
         const Pointer to(std::move(from));
         EXPECT_EQ(to.get(), &first);
-        EXPECT_EQ(from.get(), nullptr);  // NOLINT(bugprone-use-after-move)
+        EXPECT_EQ(from.get(), nullptr);
         EXPECT_THAT(log.lines, ElementsAre("first.incRef"));
     }
     EXPECT_THAT(log.lines, ElementsAre("first.incRef", "first.decRef"));

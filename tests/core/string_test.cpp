@@ -157,7 +157,7 @@ TEST(StringStatic, OutlivesTheStringsThatReferToIt) {
 
 TEST(StringSharing, ACopyHasTheSameCharacters) {
     const String text("abc");
-    const String copy(text);  // NOLINT(performance-unnecessary-copy-initialization)
+    const String copy(text);
     String assigned("something else");
     assigned = text;
     EXPECT_EQ(copy.buf(), text.buf());
@@ -201,7 +201,7 @@ TEST(StringSharing, AMoveLeavesTheEmptyText) {
     const char* const characters = text.buf();
     const String moved(std::move(text));
     EXPECT_EQ(moved.buf(), characters);
-    expectEmpty(text);  // NOLINT(bugprone-use-after-move)
+    expectEmpty(text);
 }
 
 TEST(StringSharing, SelfAssignmentKeepsTheText) {

@@ -30,13 +30,11 @@ inline std::string shown(bool value) { return value ? "true" : "false"; }
 inline std::string shown(unsigned char value) { return std::to_string(value); }
 inline std::string shown(std::uint64_t value) { return std::to_string(value); }
 
-// Long texts show their size, a sum and their first characters.
+// Long texts show their size, a sum of all and their first characters.
 inline std::string shown(const std::string& text) {
     if (text.size() <= 100) return '"' + text + '"';
-    std::uint64_t sum = 0;
-    for (const char c : text) sum = sum * 31 + static_cast<unsigned char>(c);
-    return std::to_string(text.size()) + " characters of sum " + std::to_string(sum) + ", \"" + text.substr(0, 20) +
-           "...";
+    return std::to_string(text.size()) + " characters of sum " + std::to_string(std::hash<std::string>()(text)) +
+           " from \"" + text.substr(0, 20) + '"';
 }
 inline std::string shown(const String& text) { return shown(std::string(text.view())); }
 

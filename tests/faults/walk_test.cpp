@@ -18,7 +18,9 @@ constexpr int kOperations = 20'000;
 /// Draws steps. The same seed draws the same ones on every host.
 class Walk {
  public:
-    explicit Walk(std::uint64_t seed) : random(seed) {}
+    explicit Walk(std::uint64_t seed) : random(seed) {
+        for (char& byte : pool) byte = static_cast<char>(1 + below(255));
+    }
 
     Step next(bool isOpen) {
         if (!isOpen && below(4)) return open();
@@ -65,15 +67,8 @@ class Walk {
         }
     }
 
-    std::string bytes(std::uint64_t n) {
-        std::string drawn(n, '\0');
-        std::uint64_t seed = random();
-        for (char& byte : drawn) {
-            seed = seed * 6364136223846793005 + 1442695040888963407;
-            byte = static_cast<char>(1 + (seed >> 33) % 255);
-        }
-        return drawn;
-    }
+    // Some of a pool of bytes, none of them zero.
+    std::string bytes(std::uint64_t n) { return pool.substr(below(1000), n); }
 
     /// What a file may hold: text records, some of which claim too much, and other bytes.
     std::string content() {
@@ -194,6 +189,7 @@ class Walk {
     }
 
     std::mt19937_64 random;
+    std::string pool = std::string(2 * kBuffer + 6000, '\0');
     Mode mode = Mode::Read;
 };
 

@@ -303,7 +303,9 @@ TEST_F(Pipe, IsAnEmptyTextWithTheTextOfTheFailedMove) {
 }
 
 TEST_F(Pipe, TakesWhatIsWrittenAndCannotTellThePosition) {
-    File file = opened(path, Mode::Write, Format::Binary);
+    File file = opened(files.make("a", "of another file"), Mode::Read, Format::Text);
+    file.seek(5);
+    ASSERT_TRUE(file.open(path.c_str(), Mode::Write, Format::Binary));
     EXPECT_TRUE(file.write(258));
     EXPECT_EQ(file.pos(), 4u);
     EXPECT_TRUE(file.flush());

@@ -1,6 +1,8 @@
 // What every operation does in every mode and format, as one table; and what is particular to the third mode, and to a
 // mode that is none of the three.
+#include <filesystem>
 #include <functional>
+#include <vector>
 
 #include "file/contents.h"
 
@@ -370,6 +372,25 @@ TEST_F(FourthMode, AReadBehindStagedBytesStaysWithinTheBuffer) {
     EXPECT_EQ(file.pos(), kMiB + 1);
     EXPECT_TRUE(file.read(value));
     EXPECT_EQ(value, 0x0908070605040302u);
+}
+
+// What a chunk leaves behind is zeros, whether it was dropped or used up.
+TEST_F(FourthMode, AReadBehindStagedBytesFindsNothingOfAFormerChunk) {
+    File file = opened(files.make("a", pattern(2 * kMiB)), kSeven, Format::Binary);
+    char c;
+    file >> c;
+    EXPECT_TRUE(file.flush());
+    file << 'x' >> c;
+    EXPECT_EQ(c, '\0');
+
+    file.seek(0);
+    std::filesystem::resize_file(files.path("a"), kMiB);
+    for (std::uint64_t i = 0; i < kMiB; ++i) ASSERT_TRUE(file.read(c));
+    EXPECT_FALSE(file.read(c));
+    EXPECT_EQ(file.error(), "Fread failed. Requested 1048576, read 0.");
+    file << 'x' >> c;
+    EXPECT_EQ(c, '\0');
+    EXPECT_EQ(file.pos(), kMiB + 2);
 }
 
 TEST_F(FourthMode, TheWholeTextIsReadWhateverTheFormat) {

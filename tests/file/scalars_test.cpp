@@ -403,6 +403,31 @@ TEST_F(Scalars, ARefusedWriteSaysWhy) {
 
 // ---- Chains ---------------------------------------------------------------------------------------------------------
 
+// Loading a bool that is neither 0 nor 1 is what the sanitizers are there to refuse, wherever it happens.
+#if defined(__has_feature)
+#if __has_feature(undefined_behavior_sanitizer)
+#define QOR_TEST_CHECKS_BOOLS 1
+#endif
+#elif defined(__SANITIZE_ADDRESS__)
+#define QOR_TEST_CHECKS_BOOLS 1
+#endif
+#if defined(QOR_TEST_CHECKS_BOOLS)
+constexpr int kLargestBool = 1;
+#else
+constexpr int kLargestBool = 255;
+#endif
+
+// A bool that was read can hold any byte, and printing it must not take that byte for an index.
+TEST_F(Scalars, ABoolOfAnyByteIsPrintedAsTrueOrFalse) {
+    for (int byte = 0; byte <= kLargestBool; ++byte) {
+        SCOPED_TRACE(byte);
+        File in = opened(files.make("a", std::string(1, static_cast<char>(byte))), Mode::Read, Format::Binary);
+        bool value;
+        ASSERT_TRUE(in.read(value));
+        EXPECT_EQ(written(Format::Text, [&](File& out) { out << value; }), Bytes{byte == 0 ? "false" : "true"});
+    }
+}
+
 TEST_F(Scalars, AChainReturnsItsFile) {
     File file = opened(files.make("a", "12345678"), Mode::Read, Format::Binary);
     EXPECT_EQ(&(file << 1 << 2), &file);

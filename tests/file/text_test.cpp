@@ -316,7 +316,7 @@ TEST_F(Record, OfSeveralChunksEndsAtItsFirstZero) {
         StringIO builder;
         builder << "x";
         EXPECT_TRUE(file.read(builder));
-        EXPECT_TRUE(builder.buf() == "x" + characters.substr(0, zero));
+        EXPECT_TRUE(builder.buf() == "x"s + characters.substr(0, zero));
         EXPECT_EQ(file.pos(), 3 * kMiB + 8);
     }
 }
@@ -357,7 +357,7 @@ TEST_F(Record, OfSeveralMiBReadsBack) {
     ASSERT_TRUE(file.open(path.c_str(), Mode::Read, Format::Binary));
     StringIO builder;
     file >> builder >> builder;
-    EXPECT_TRUE(builder.buf() == "x" + characters);
+    EXPECT_TRUE(builder.buf() == "x"s + characters);
 
     ASSERT_TRUE(file.open(path.c_str(), Mode::Read, Format::Binary));
     std::string standard;

@@ -258,6 +258,13 @@ class Results(ToolTest):
         self.make(put(self.path("more.json"), json.dumps(topology)))
         self.assertEqual(content(self.output("world.qbin")), binary_form(topology))
 
+    def test_a_world_without_countries_is_stored_like_any_other(self):
+        topology = load(SMALL)
+        topology["objects"]["countries"]["geometries"] = []
+        topology["arcs"] = []
+        self.make(put(self.path("empty.json"), json.dumps(topology)))
+        self.assertEqual(content(self.output("world.qbin")), binary_form(topology))
+
 
 def title_of(topology):
     return f"The world in {len(names_of(topology))} countries and territories"
