@@ -28,7 +28,7 @@ constexpr Colour kLands[] = {{240, 208, 153}, {178, 211, 168}, {233, 176, 158}, 
 constexpr Colour kIce = {247, 249, 250};
 constexpr int kAntarctica = 10;  // its ISO 3166-1 number
 
-constexpr double kDegreesBetweenGridLines = 30;
+constexpr int kDegreesBetweenGridLines = 30;
 
 // Points nearer than this to the last one drawn are left out: nobody can see them, and the picture is half as large.
 constexpr double kLeastStep = 0.6;  // pixels
@@ -123,11 +123,11 @@ std::vector<Spot> globeOutline(const Projection& projection) {
 
 Path graticule(const Projection& projection) {
     Path path;
-    for (double longitude = -180 + kDegreesBetweenGridLines; longitude < 180; longitude += kDegreesBetweenGridLines) {
+    for (int longitude = -180 + kDegreesBetweenGridLines; longitude < 180; longitude += kDegreesBetweenGridLines) {
         path.push_back(project(projection, meridian(longitude), 0));
     }
-    for (double latitude = -90 + kDegreesBetweenGridLines; latitude < 90; latitude += kDegreesBetweenGridLines) {
-        path.push_back(project(projection, {{-180, latitude}, {180, latitude}}, 0));
+    for (int latitude = -90 + kDegreesBetweenGridLines; latitude < 90; latitude += kDegreesBetweenGridLines) {
+        path.push_back(project(projection, {{-180.0, latitude * 1.0}, {180.0, latitude * 1.0}}, 0));
     }
     return path;
 }

@@ -159,7 +159,7 @@ std::string verdictOf(const std::vector<Row>& rows) {
         if (row.difference) different += (different.empty() ? "" : ", ") + row.difference->file;
     }
     const bool isSame = different.empty();
-    const std::string verdict =
+    std::string verdict =
         isSame ? "Same: every value read back is the one in the source." : "Different from the source: " + different;
     if (!wantsColour()) return verdict;
     return fmt::format("\033[1;{}m{}\033[0m", isSame ? 32 : 31, verdict);
