@@ -27,8 +27,8 @@ char* formatNumber(char* to, T value, int base = 10) {
     static_assert(std::is_arithmetic_v<T> && sizeof(T) <= 8);
     char* const end = to + (base == 10 ? kMaxDecimalText : kMaxNumberText);
     if constexpr (std::same_as<T, bool>) {
-        // A bool read from a file can hold any byte. Seen as a bool, a compiler may take it for an index or an addend;
-        // seen as a volatile byte, it is 0 or it is not.
+        // A bool read from a file can hold any byte. A compiler may take such a bool for an index or an addend; a
+        // volatile byte is 0 or it is not, so this is one of the two words whatever the bool holds.
         const volatile unsigned char byte = std::bit_cast<unsigned char>(value);
         const std::string_view word = byte != 0 ? "true" : "false";
         return to + word.copy(to, word.size());

@@ -1,7 +1,7 @@
 // String: shared text, printf formatting, numbers to and from text.
 //
 // A String refers to a block of characters that counts its references: copying shares the block, assigning replaces the
-// reference. The empty text is no block at all.
+// reference. The default text, which is empty, has no block at all.
 //
 // Nothing here throws. Where memory is refused, a short text (up to kReserveText characters) is made in a small reserve
 // of the program's own, so that an error can be told even then. An operation that returns a longer one, or one too

@@ -474,7 +474,7 @@ bool holds(const File& file, const std::string& text) {
 }
 
 TEST_F(Close, LeavesNothingOfTheFileInMemory) {
-    const std::string text = pattern(100);
+    const std::string text = "a secret of this test alone";
     File file = opened(files.path("a"), Mode::Write, Format::Binary);
     file << text;
     EXPECT_TRUE(holds(file, text));
@@ -506,39 +506,22 @@ const Step kQuestions[] = {
     {"a copy", [](File& file) { File copy = file; }},
 };
 
+template <typename T>
+void readOne(File& file) {
+    T value;
+    EXPECT_TRUE(file.read(value));
+}
+
 TEST_F(Errors, ReadsThatSucceedKeepTheText) {
     const Step kReads[] = {
-        {"read(char)",
-         [](File& file) {
-             char c;
-             EXPECT_TRUE(file.read(c));
-         }},
-        {"read(int)",
-         [](File& file) {
-             int n;
-             EXPECT_TRUE(file.read(n));
-         }},
-        {"read(String)",
-         [](File& file) {
-             String text;
-             EXPECT_TRUE(file.read(text));
-         }},
-        {"read(StringIO)",
-         [](File& file) {
-             StringIO text;
-             EXPECT_TRUE(file.read(text));
-         }},
-        {"read(std::string)",
-         [](File& file) {
-             std::string text;
-             EXPECT_TRUE(file.read(text));
-         }},
+        {"read(char)", readOne<char>},
+        {"read(int)", readOne<int>},
+        {"read(String)", readOne<String>},
+        {"read(StringIO)", readOne<StringIO>},
+        {"read(std::string)", readOne<std::string>},
     };
-    File file = opened(files.make("a",
-                                  "x"
-                                  "1234" +
-                                      record("a") + record("b") + record("c")),
-                       Mode::Read, Format::Binary);
+    const std::string content = std::string("x1234") + record("a") + record("b") + record("c");
+    File file = opened(files.make("a", content), Mode::Read, Format::Binary);
     file << 1;
     const auto expectKept = [&](const Step& step) {
         step.run(file);

@@ -417,14 +417,18 @@ constexpr int kLargestBool = 1;
 constexpr int kLargestBool = 255;
 #endif
 
-// A bool that was read can hold any byte, and printing it must not take that byte for an index.
+// A bool that was read can hold any byte, and printing it must not take that byte for an index. Which of the two words
+// it becomes is the compiler's choice.
 TEST_F(Scalars, ABoolOfAnyByteIsPrintedAsTrueOrFalse) {
     for (int byte = 0; byte <= kLargestBool; ++byte) {
         SCOPED_TRACE(byte);
         File in = opened(files.make("a", std::string(1, static_cast<char>(byte))), Mode::Read, Format::Binary);
         bool value;
         ASSERT_TRUE(in.read(value));
-        EXPECT_EQ(written(Format::Text, [&](File& out) { out << value; }), Bytes{byte == 0 ? "false" : "true"});
+        const Bytes printed = written(Format::Text, [&](File& out) { out << value; });
+        if (byte == 0) EXPECT_EQ(printed, Bytes{"false"});
+        if (byte == 1) EXPECT_EQ(printed, Bytes{"true"});
+        EXPECT_TRUE(printed == Bytes{"false"} || printed == Bytes{"true"}) << printed;
     }
 }
 
