@@ -14,6 +14,7 @@
 
 #include "qor/core/number_text.h"
 #include "qor/core/path.h"
+#include "qor/core/wrapping.h"
 #include "qor/file/error_text.h"
 
 namespace qor {
@@ -56,15 +57,6 @@ constexpr std::uint64_t kNoPosition = ~std::uint64_t{0};
 
 constinit StaticText kReadBytes("rb");
 constinit StaticText kWriteBytes("wb");
-
-// a - b where b may be the larger. A position beyond a file's end makes the figure wrap, and the wrapped figure is what
-// is reported then; everything else in this file is computed so that it cannot wrap.
-#if defined(__clang__)
-#define QOR_WRAPS [[clang::no_sanitize("unsigned-integer-overflow")]]
-#else
-#define QOR_WRAPS
-#endif
-QOR_WRAPS constexpr std::uint64_t wrappedDifference(std::uint64_t a, std::uint64_t b) { return a - b; }
 
 std::string_view upToZero(const void* bytes, std::uint64_t n) {
     const char* const text = static_cast<const char*>(bytes);
@@ -306,6 +298,8 @@ bool File::readPieces(std::uint64_t n, Take take) {
 
 // Loads the next chunk from wherever the stream stands.
 bool File::refill() {
+    // A position beyond a file's end makes this wrap, and the wrapped figure is what is reported then; everything else in
+    // this file is computed so that it cannot wrap.
     const std::uint64_t left = wrappedDifference(length, filePos);
     const std::uint64_t chunk = filePos > length || left < kStagingSize ? left : kStagingSize;
     // Beyond the file's end `left` has wrapped. The stream is then asked for what the buffer holds and the wrapped
