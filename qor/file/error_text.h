@@ -33,6 +33,13 @@ inline constinit StaticText kPeekOnlyReading("File::peek() only supported in rea
 inline constinit StaticText kReadTextOnly("read() is not supported in binary mode.");
 inline constinit StaticText kReadFileFailed("Failed to read file.");
 
+// Blocks. The figures are the header's: the payload's length, then the content's.
+inline constinit StaticText kCompressFailed("Compression failed.");
+inline constinit StaticText kBlockHeaderFailed("Failed to read un/compressed length.");
+inline constinit StaticText kPayloadFailed("Failed to read compressed buffer.");
+inline constexpr const char* kDecompressFailed =
+    "Failed to decompress data (compressed size: %llu, decompressed size: %llu).";
+
 // Where the system gives no memory for what an operation has to hold.
 inline constinit StaticText kOutOfMemory("Out of memory.");
 

@@ -1,4 +1,4 @@
-// The file layer: life cycle, transport, texts and scalars, in the order of the header.
+// The file layer: life cycle, transport, scalars, texts and blocks, in the order of the header.
 //
 // Every byte passes through `writeInternal` or `readInternal`, and with them through the one staging buffer; the
 // reading of a whole text is the only exception. Which calls the stream receives, in which order and of which sizes, is
@@ -6,6 +6,7 @@
 // library.
 #include "qor/file/qor_file.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstring>
 #include <new>
@@ -15,6 +16,7 @@
 #include "qor/core/number_text.h"
 #include "qor/core/path.h"
 #include "qor/core/wrapping.h"
+#include "qor/file/block_header.h"
 #include "qor/file/error_text.h"
 
 namespace qor {
@@ -47,6 +49,26 @@ bool File::printLn(const char* fmt, ...) {
     const bool written = self().print(fmt, args, "\n");
     va_end(args);
     return written;
+}
+
+bool File::decodeRawFileBlock(const unsigned char* block, Compression& compression, unsigned long& compressedSize,
+                              unsigned long& uncompressedSize, unsigned char*& payload) {
+    compression = Compression::None;
+    compressedSize = uncompressedSize = 0;
+    payload = nullptr;
+    if (!impl::parseBlockHeader(block, compression, compressedSize, uncompressedSize)) return false;
+    payload = const_cast<unsigned char*>(block) + impl::kBlockHeaderSize;
+    return true;
+}
+
+bool File::decodeRawFileData(const ds::Vector<unsigned char>& data, Compression& compression,
+                             unsigned long& compressedSize, unsigned long& uncompressedSize, unsigned char*& payload) {
+    compression = Compression::None;
+    compressedSize = uncompressedSize = 0;
+    payload = nullptr;
+    return data.size() >= impl::kBlockHeaderSize &&
+           decodeRawFileBlock(data.data(), compression, compressedSize, uncompressedSize, payload) &&
+           data.size() - impl::kBlockHeaderSize == compressedSize;
 }
 
 namespace impl {
@@ -298,8 +320,8 @@ bool File::readPieces(std::uint64_t n, Take take) {
 
 // Loads the next chunk from wherever the stream stands.
 bool File::refill() {
-    // A position beyond a file's end makes this wrap, and the wrapped figure is what is reported then; everything else in
-    // this file is computed so that it cannot wrap.
+    // A position beyond a file's end makes this wrap, and the wrapped figure is what is reported then; everything else
+    // in this file is computed so that it cannot wrap.
     const std::uint64_t left = wrappedDifference(length, filePos);
     const std::uint64_t chunk = filePos > length || left < kStagingSize ? left : kStagingSize;
     // Beyond the file's end `left` has wrapped. The stream is then asked for what the buffer holds and the wrapped
@@ -356,14 +378,22 @@ unsigned char File::peek() {
 template <typename T>
 bool File::write(T value) {
     static_assert(Scalar<T>);
+    if constexpr (!std::same_as<T, char>) {
+        if (format == Format::Text && hasRoom(kMaxDecimalText)) {
+            char* const to = reinterpret_cast<char*>(buffer.at(bufPos));
+            advance(static_cast<std::uint64_t>(formatNumber(to, value) - to));
+            return true;
+        }
+    }
+    return writeAsking(value);
+}
+
+// As `write`, where that is not the common case. Apart, so that the machine code of the common case is short.
+template <typename T>
+bool File::writeAsking(T value) {
     if (!okToWrite()) return false;
     if constexpr (!std::same_as<T, char>) {
         if (writesText()) {
-            if (hasRoom(kMaxDecimalText)) {
-                char* const to = reinterpret_cast<char*>(buffer.at(bufPos));
-                advance(static_cast<std::uint64_t>(formatNumber(to, value) - to));
-                return true;
-            }
             char text[kMaxDecimalText];
             return writeInternal(text, static_cast<std::uint64_t>(formatNumber(text, value) - text));
         }
@@ -500,6 +530,87 @@ bool File::readCharacters(std::uint64_t count, String& out) {
     };
     if (!readPieces(count, take)) return false;
     return pieces.empty() || join(pieces, out) || fail(kOutOfMemory);
+}
+
+// ---- Blocks of bytes ------------------------------------------------------------------------------------------------
+
+bool File::write(const void* data, unsigned long size, Compression compression) {
+    if (!okToWrite()) return false;
+    if (compression == Compression::None) return writeInternal(data, size);
+    if (!data || size == 0) return writeBlockHeader(0, 0);
+    const ds::Vector<unsigned char> payload =
+        compress(static_cast<const unsigned char*>(data), size, writesText(), compression);
+    if (payload.isEmpty()) return fail(kCompressFailed);
+    return writeBlockHeader(size, payload.size()) && writeInternal(payload.data(), payload.size());
+}
+
+bool File::writeBlockHeader(unsigned long size, unsigned long payloadSize) {
+    return write(kBlockMark) && write(kBlockKind) && write(kBlockMark) &&  //
+           write(size) && write(kBlockMark) &&                             //
+           write(payloadSize) && write(kBlockMark);
+}
+
+bool File::read(ds::Vector<unsigned char>& bytes, Compression compression) {
+    if (!okToRead()) return false;
+    if (compression == Compression::None) return readRaw(bytes);
+    bytes.clear();
+    unsigned long size = 0;
+    unsigned long payloadSize = 0;
+    if (!readBlockHeader(size, payloadSize)) return fail(kBlockHeaderFailed);
+    if (payloadSize == 0) return true;
+    ds::Vector<unsigned char> payload;
+    if (!readPayload(payload, payloadSize)) return fail(kPayloadFailed);
+    bytes = decompress(payload, readsText(), size);
+    return !bytes.isEmpty() || fail(figures(kDecompressFailed, payloadSize, size));
+}
+
+// Of what stands in a header all is read by the same steps, so that the first wrong byte is the last one consumed.
+bool File::readBlockHeader(unsigned long& size, unsigned long& payloadSize) {
+    return readMark(kBlockMark) && readMark(kBlockKind) && readMark(kBlockMark) &&  //
+           readBlockLength(size) && readBlockLength(payloadSize);
+}
+
+// A length and the mark that ends it.
+bool File::readBlockLength(unsigned long& value) {
+    if (readsBinary()) return read(value) && readMark(kBlockMark);
+    char digits[kMaxBlockDigits];
+    std::size_t count = 0;
+    for (char character = 0; read(character);) {
+        if (character == kBlockMark) return parseNumber(upToZero(digits, count), value);
+        if (count == kMaxBlockDigits) return false;
+        digits[count++] = character;
+    }
+    return false;
+}
+
+bool File::readMark(char mark) {
+    char found = 0;
+    return read(found) && found == mark;
+}
+
+// The size is a stranger's claim: memory is taken once the file is known to be long enough.
+bool File::readPayload(ds::Vector<unsigned char>& payload, std::uint64_t size) {
+    unsigned char* next = nullptr;
+    return readPieces(size, [&](const unsigned char* piece, std::uint64_t n) {
+        if (!next) {
+            if (!payload.resizeForOverwrite(size)) return false;
+            next = payload.data();
+        }
+        std::memcpy(next, piece, n);
+        next += n;
+        return true;
+    });
+}
+
+bool File::readRaw(ds::Vector<unsigned char>& bytes) {
+    const bool whole = bytes.isEmpty();
+    if (whole && !bytes.resizeForOverwrite(length)) {
+        return readPieces(length, [](const unsigned char*, std::uint64_t) { return false; });
+    }
+    const std::uint64_t here = position;
+    if (readInternal(bytes.data(), bytes.size())) return true;
+    if (whole) std::fill(bytes.begin() + (position - here), bytes.end(), static_cast<unsigned char>(0));
+    return false;
 }
 
 }  // namespace impl

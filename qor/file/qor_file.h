@@ -16,11 +16,13 @@
 #include <string_view>
 #include <type_traits>
 
+#include "qor/core/compression.h"
 #include "qor/core/endian.h"
 #include "qor/core/fs.h"
 #include "qor/core/ref_counted.h"
 #include "qor/core/string.h"
 #include "qor/core/string_io.h"
+#include "qor/core/vector.h"
 #include "qor/file/staging_buffer.h"
 
 namespace qor {
@@ -223,6 +225,38 @@ class File : public RefersTo<RefCounted> {
     /// As above, but the characters of a record are added to what `out` holds; a record of none empties it.
     bool read(StringIO& out);
 
+    // ---- Blocks of bytes --------------------------------------------------------------------------------------------
+
+    /// Writes `size` bytes as one block: a header that holds both lengths, and what `compress` made of the bytes, in a
+    /// text file as text. No bytes make a header alone. With Compression::None the bytes stand as they are, without a
+    /// header. False, with nothing written, if the file is not open for writing or the bytes cannot be compressed
+    /// ("Compression failed.": there was no memory, or the kind is none); also if not all could be written.
+    ///
+    /// The header does not name the kind: `read` finds it out from the payload.
+    bool write(const void* data, unsigned long size, Compression compression);
+    bool write(const ds::Vector<unsigned char>& bytes, Compression compression);
+
+    /// Reads one block, of any kind, if `compression` is any but None. False, with `bytes` empty, if none stands here,
+    /// if the file ends within it, or if the payload is damaged in any way; what has been consumed stays consumed.
+    /// Memory is taken for a payload only if the file has it, and for the content only as it is produced, whatever
+    /// lengths a damaged header claims.
+    ///
+    /// With Compression::None, fills `bytes` as it is sized; an empty one is first given the length of the whole file,
+    /// wherever in it the caller is, and keeps that size if the read fails.
+    bool read(ds::Vector<unsigned char>& bytes, Compression compression);
+
+    /// Takes apart the header of a block that lies in memory, at least 21 bytes of it, as it stands in a binary file
+    /// written on a little-endian host; `payload` then points behind it. False if it is none; outputs from the first
+    /// wrong byte on are 0 or null. Neither the lengths nor the payload are looked at: `decompress` restores it.
+    static bool decodeRawFileBlock(const unsigned char* block, Compression& compression, unsigned long& compressedSize,
+                                   unsigned long& uncompressedSize, unsigned char*& payload);
+
+    /// As above, and false unless `data` holds this one block and nothing behind it; with fewer than 21 bytes all
+    /// outputs are 0 or null.
+    static bool decodeRawFileData(const ds::Vector<unsigned char>& data, Compression& compression,
+                                  unsigned long& compressedSize, unsigned long& uncompressedSize,
+                                  unsigned char*& payload);
+
     // ---- Streaming --------------------------------------------------------------------------------------------------
 
     /// Calls `write` or `read` with each value and drops its result: a chain attempts every step even after a failure,
@@ -338,6 +372,9 @@ class File final : public RefCounted {
     template <typename T>
     bool read(T& value);
 
+    bool write(const void* data, unsigned long size, Compression compression);
+    bool read(ds::Vector<unsigned char>& bytes, Compression compression);
+
     // Which encoding the file asks for. Mode::ReadWrite is none of these, on purpose.
     bool writesText() const { return mode == Mode::Write && format == Format::Text; }
     bool writesBinary() const { return mode == Mode::Write && format == Format::Binary; }
@@ -354,6 +391,9 @@ class File final : public RefCounted {
     std::uint64_t tellPosition();
     void reset();
 
+    template <typename T>
+    [[gnu::noinline]] bool writeAsking(T value);
+
     bool spill();
     bool refill();
     bool endsBefore(std::uint64_t n) const;
@@ -363,6 +403,13 @@ class File final : public RefCounted {
     template <typename Text>
     bool readInto(Text& out);
     bool readCharacters(std::uint64_t count, String& out);
+
+    bool writeBlockHeader(unsigned long size, unsigned long payloadSize);
+    bool readBlockHeader(unsigned long& size, unsigned long& payloadSize);
+    bool readBlockLength(unsigned long& value);
+    bool readMark(char mark);
+    bool readPayload(ds::Vector<unsigned char>& payload, std::uint64_t size);
+    bool readRaw(ds::Vector<unsigned char>& bytes);
 
     // The common cases, in which a value needs the buffer alone: behind the staged bytes there is room for it, or all
     // of it lies in the loaded chunk.
@@ -480,5 +527,15 @@ inline String File::read() { return self().read(); }
 inline bool File::read(String& out) { return self().read(out); }
 inline bool File::read(StringIO& out) { return self().read(out); }
 inline bool File::read(std::string& out) { return self().read(out); }
+
+inline bool File::write(const void* data, unsigned long size, Compression compression) {
+    return self().write(data, size, compression);
+}
+inline bool File::write(const ds::Vector<unsigned char>& bytes, Compression compression) {
+    return self().write(bytes.data(), bytes.size(), compression);
+}
+inline bool File::read(ds::Vector<unsigned char>& bytes, Compression compression) {
+    return self().read(bytes, compression);
+}
 
 }  // namespace qor

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "faults/scripted_fs.h"
+#include "qor/core/compression.h"
 #include "qor/file/qor_file.h"
 
 namespace qor::test {
@@ -229,6 +230,71 @@ class Model {
         return true;
     }
 
+    // ---- Blocks -----------------------------------------------------------------------------------------------------
+
+    bool write(const void* data, std::uint64_t size, Compression kind) {
+        // 1. Admission.
+        if (!okToWrite()) return false;
+        // 2. As they stand.
+        const std::string bytes(static_cast<const char*>(data), data ? size : 0);
+        if (kind == Compression::None) return writeInternal(bytes);
+        // 3. The empty block.
+        if (bytes.empty()) return writeHeader(0, 0);
+        // 4. The payload.
+        const bool asText = mode_ == Mode::Write && format_ == Format::Text;
+        const auto payload = compress(static_cast<const unsigned char*>(data), size, asText, kind);
+        if (payload.isEmpty()) {
+            error_ = "Compression failed.";
+            return false;
+        }
+        // 5. The header and the payload, until something fails.
+        return writeHeader(size, payload.size()) && writeInternal(std::string(payload.begin(), payload.end()));
+    }
+
+    bool readBlock(std::string& bytes, Compression kind) {
+        // 1. Admission.
+        if (!okToRead()) return false;
+        // 2. As they stand: as many as there is room for, or as the whole file has.
+        if (kind == Compression::None) {
+            if (bytes.empty()) {
+                if (beyondMemory(length)) return false;
+                bytes.resize(length);
+            }
+            std::string loaded;
+            const bool done = readInternal(loaded, bytes.size());
+            bytes.replace(0, loaded.size(), loaded);
+            return done;
+        }
+        // 3. From here on a failure leaves nothing.
+        bytes = "";
+        // 4, 5. The header.
+        unsigned long size = 0, payloadSize = 0;
+        if (!readMark('.') || !readMark('1') || !readMark('.') || !readLength(size) || !readLength(payloadSize)) {
+            error_ = "Failed to read un/compressed length.";
+            return false;
+        }
+        // 6. No payload.
+        if (payloadSize == 0) return true;
+        // 7. The payload.
+        std::string payload;
+        if (beyondMemory(payloadSize) || !readInternal(payload, payloadSize)) {
+            error_ = "Failed to read compressed buffer.";
+            return false;
+        }
+        // 8. What it holds.
+        ds::Vector<unsigned char> given;
+        given.resize(payload.size());
+        std::memcpy(given.data(), payload.data(), payload.size());
+        const auto content = decompress(given, mode_ == Mode::Read && format_ == Format::Text, size);
+        bytes.assign(content.begin(), content.end());
+        // 9. Nothing?
+        if (bytes.empty()) {
+            error_ = "Failed to decompress data (compressed size: " + std::to_string(payloadSize) +
+                     ", decompressed size: " + std::to_string(size) + ").";
+        }
+        return !bytes.empty();
+    }
+
  private:
     static constexpr std::uint64_t kStagingSize = 0x100000;
     static constexpr std::uint64_t kMostThatMemoryHolds = std::uint64_t{1} << 47;
@@ -361,8 +427,8 @@ class Model {
         return true;
     }
 
-    // Appends `n` bytes to `to`, or fewer and gives false.
-    bool readInternal(std::string& to, std::uint64_t n) {
+    // Steps 1 to 3 of every read.
+    bool canRead(std::uint64_t n) {
         // 1. What a refill asks for; the difference wraps where the stream is past the end.
         std::uint64_t chunk = kStagingSize;
         if (filePos + kStagingSize > length) chunk = length - filePos;
@@ -383,6 +449,14 @@ class Model {
             error_ = "Attempted to read beyond file size.";
             return false;
         }
+        return true;
+    }
+
+    // Appends `n` bytes to `to`, or fewer and gives false.
+    bool readInternal(std::string& to, std::uint64_t n) {
+        // 1, 2, 3. Refill and bound check.
+        if (!canRead(n)) return false;
+        const std::uint64_t at = chunkStart + bufPos;
         // 4. The rest of the chunk is enough. Where bytes are staged and no chunk is loaded, the difference wraps: what
         // may be read then is what the buffer holds, zeros after the staged bytes.
         std::uint64_t avail = chunkEnd - at;
@@ -406,12 +480,48 @@ class Model {
                std::to_string(count) + ".";
     }
 
+    bool beyondMemory(std::uint64_t n) {
+        if (n <= kMostThatMemoryHolds) return false;
+        if (canRead(n)) error_ = "Out of memory.";
+        return true;
+    }
+
     bool readCount(std::uint64_t& count) {
         std::string bytes;
         if (!readInternal(bytes, 8)) return false;
         for (int i = 7; i >= 0; --i)
             count = count * 256 + static_cast<unsigned char>(bytes[static_cast<std::size_t>(i)]);
         return true;
+    }
+
+    // ---- Headers of blocks ------------------------------------------------------------------------------------------
+
+    bool writeHeader(unsigned long size, unsigned long payloadSize) {
+        if (!write('.') || !write('1') || !write('.')) return false;
+        if (!write(size) || !write('.')) return false;
+        return write(payloadSize) && write('.');
+    }
+
+    bool readMark(char mark) {
+        unsigned char byte = 0;
+        return read(byte) && byte == static_cast<unsigned char>(mark);
+    }
+
+    bool readLength(unsigned long& value) {
+        if (mode_ == Mode::Read && format_ == Format::Binary) return read(value) && readMark('.');
+        char text[33] = {};
+        int count = 0;
+        unsigned char byte = 0;
+        while (read(byte)) {
+            if (byte == '.') {
+                const char* const end = text + std::strlen(text);
+                const auto parsed = std::from_chars(text, end, value);
+                return end != text && parsed.ec == std::errc() && parsed.ptr == end;
+            }
+            if (count == 32) return false;
+            text[count++] = static_cast<char>(byte);
+        }
+        return false;
     }
 
     // ---- Numbers as bytes and as text -------------------------------------------------------------------------------

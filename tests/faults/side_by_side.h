@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <memory>
@@ -83,6 +84,36 @@ inline std::string takeBuilt(Twin& file) {
     std::string text = "before";
     const bool done = file->readInto(text);
     return shown(done) + ' ' + shown(text);
+}
+
+/// A block as a binary file holds it, or as a text file does.
+inline std::string block(std::string_view bytes, Compression kind, bool asText = false) {
+    const auto payload = compress(reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size(), asText, kind);
+    const auto length = [&](std::uint64_t n) {
+        if (asText) return std::to_string(n) + '.';
+        std::string text;
+        for (int shift = 0; shift < 64; shift += 8) text += static_cast<char>(n >> shift & 0xff);
+        return text + '.';
+    };
+    return ".1." + length(bytes.size()) + length(payload.size()) + std::string(payload.begin(), payload.end());
+}
+
+/// Writes a block, and reads one into `before`.
+template <typename Handle>
+std::string putBlock(Handle& file, const std::string& bytes, Compression kind) {
+    return shown(file->write(bytes.data(), bytes.size(), kind));
+}
+inline std::string takeBlock(Real& file, Compression kind, std::string_view before = "before") {
+    ds::Vector<unsigned char> bytes;
+    bytes.resize(before.size());
+    std::copy(before.begin(), before.end(), bytes.begin());
+    const bool done = file->read(bytes, kind);
+    return shown(done) + ' ' + shown(std::string(bytes.begin(), bytes.end()));
+}
+inline std::string takeBlock(Twin& file, Compression kind, std::string_view before = "before") {
+    std::string bytes(before);
+    const bool done = file->readBlock(bytes, kind);
+    return shown(done) + ' ' + shown(bytes);
 }
 
 inline bool printSum(Real& file, int a, int b) { return file->printLn("%d + %d = %d", a, b, a + b); }

@@ -40,6 +40,15 @@ const std::string kFull = pattern(kBuffer);            // the most that it takes
 const std::string kAlmost = pattern(kBuffer - 2);      // leaves room for two bytes
 const std::string kLonger = pattern(2 * kBuffer + 9);  // three chunks
 const std::string kClaimsTooMuch = std::string(8, '\xff') + "abc";
+const std::string kWords = "block after block, and block after block again";
+
+// Bytes that no codec makes smaller, more than the buffer takes.
+const std::string kNoise = [] {
+    std::string bytes(kBuffer + 100, '\0');
+    std::uint32_t state = 1;
+    for (char& byte : bytes) byte = static_cast<char>((state = state * 1664525 + 1013904223) >> 24);
+    return bytes;
+}();
 constexpr auto kThird = static_cast<Mode>(2);
 constexpr auto kFourth = static_cast<Mode>(7);
 constexpr std::uint64_t kDirectory = 0x7FFFFFFFFFFFFFFF;
@@ -98,6 +107,65 @@ const std::vector<Scenario>& scenarios() {
          nothing(),
          {OPEN(Mode::Write, Format::Binary), STEP(file->write("abc")), STEP(file->write("")),
           STEP(file->write(static_cast<const char*>(nullptr))), STEP(printSum(file, 1, 2)), STEP(file->close())}},
+        {"BlocksToABinaryFile",
+         nothing(),
+         {OPEN(Mode::Write, Format::Binary), STEP(putBlock(file, kWords, Compression::Lz4)),
+          STEP(putBlock(file, kWords, Compression::Zlib)), STEP(putBlock(file, "", Compression::Zstd)),
+          STEP(putBlock(file, "as it stands", Compression::None)), STEP(putBlock(file, "", Compression::None)),
+          STEP(putBlock(file, kWords, static_cast<Compression>(9))), STEP(file->close())}},
+        {"BlocksToATextFile",
+         nothing(),
+         {OPEN(Mode::Write, Format::Text), STEP(putBlock(file, kWords, Compression::Zstd)), STEP(file->write(' ')),
+          STEP(putBlock(file, "a", Compression::Zlib)), STEP(putBlock(file, "", Compression::Lz4)),
+          STEP(putBlock(file, "as it stands", Compression::None)), STEP(file->close())}},
+        {"BlocksInTheThirdMode",
+         nothing(),
+         {OPEN(kThird, Format::Text), STEP(putBlock(file, kWords, Compression::Zstd)), STEP(file->seek(0)),
+          STEP(takeBlock(file, Compression::Zstd)), STEP(putBlock(file, kNoise, Compression::Lz4)),
+          STEP(takeBlock(file, Compression::None)), STEP(takeBlock(file, Compression::None, "")), STEP(file->close())}},
+        {"ABlockThatSpills",
+         nothing(),
+         {OPEN(Mode::Write, Format::Binary), STEP(file->write(kAlmost.c_str() + 18)),
+          STEP(putBlock(file, kWords, Compression::Zlib)), STEP(putBlock(file, kNoise, Compression::Lz4)),
+          STEP(putBlock(file, kNoise, Compression::None)), STEP(file->write(1)), STEP(file->close())}},
+        {"BlocksFromABinaryFile",
+         aFile(block(kWords, Compression::Lz4) + block(kWords, Compression::Zlib) + block("", Compression::Zstd) +
+               block("b", Compression::Zstd) + ".1.1234567"),
+         {OPEN(Mode::Read, Format::Binary), STEP(takeBlock(file, Compression::Zstd)),
+          STEP(takeBlock(file, Compression::Zstd)), STEP(takeBlock(file, Compression::Lz4)),
+          STEP(takeBlock(file, Compression::Zlib)), STEP(takeBlock(file, Compression::Zlib)),
+          STEP(takeBlock(file, Compression::Zlib))}},
+        {"BlocksFromATextFile",
+         aFile(block(kWords, Compression::Zlib, true) + block("", Compression::Zstd, true) +
+               block(kWords, Compression::Lz4, true) + ".1.12.x."),
+         {OPEN(Mode::Read, Format::Text), STEP(takeBlock(file, Compression::Zstd)),
+          STEP(takeBlock(file, Compression::Zstd)), STEP(takeBlock(file, Compression::Lz4)),
+          STEP(takeBlock(file, Compression::Zlib)), STEP(take<char>(file))}},
+        {"ABlockAcrossTheEndsOfChunks",
+         aFile(pattern(kBuffer - 12) + block(kNoise, Compression::Zstd) + "z"),
+         {OPEN(Mode::Read, Format::Binary), STEP(takeBlock(file, Compression::None, kAlmost.substr(10))),
+          STEP(takeBlock(file, Compression::Lz4)), STEP(take<char>(file)), STEP(file->close())}},
+        {"ABlockThatClaimsTooMuch",
+         aFile(".1." + std::string(8, '\x01') + '.' + std::string(8, '\x02') + '.' + kLong),
+         {OPEN(Mode::Read, Format::Binary), STEP(takeBlock(file, Compression::Lz4)), STEP(take<char>(file)),
+          STEP(takeBlock(file, Compression::Lz4)), STEP(file->close())}},
+        {"BytesAsTheyStand",
+         aFile(kLonger),
+         {OPEN(Mode::Read, Format::Binary), STEP(takeBlock(file, Compression::None)),
+          STEP(takeBlock(file, Compression::None, kAlmost)), STEP(takeBlock(file, Compression::None, "")),
+          STEP(file->seek(0)), STEP(takeBlock(file, Compression::None, "")), STEP(takeBlock(file, Compression::None)),
+          STEP(file->close())}},
+        {"BlocksOfALengthThatNoMemoryHolds",
+         aFileThatClaims(kDirectory, ".1." + std::string(8, '\x01') + '.' + std::string(8, '\x02') + '.' + kLonger),
+         {OPEN(Mode::Read, Format::Binary), STEP(takeBlock(file, Compression::None, "")),
+          STEP(takeBlock(file, Compression::Zstd)), STEP(file->seek(0)), STEP(take<int>(file)),
+          STEP(takeBlock(file, Compression::None, "")), STEP(take<int>(file)), STEP(file->close())}},
+        {"BlocksRefusedByTheMode",
+         aFile("abc"),
+         {STEP(putBlock(file, "a", Compression::Lz4)), STEP(takeBlock(file, Compression::Lz4)),
+          OPEN(Mode::Read, Format::Binary), STEP(putBlock(file, "a", Compression::Lz4)),
+          STEP(putBlock(file, "a", Compression::None)), OPEN(Mode::Write, Format::Binary),
+          STEP(takeBlock(file, Compression::Lz4)), STEP(takeBlock(file, Compression::None, "")), STEP(file->close())}},
         {"TextsToATextFile",
          nothing(),
          {OPEN(Mode::Write, Format::Text), STEP(file->write("abc")), STEP(file->write("")),

@@ -74,6 +74,11 @@ class Walk {
     std::string content() {
         std::string file;
         for (std::uint64_t n = below(4); n > 0; --n) {
+            if (below(3) == 0) {
+                file += block(bytes(below(200)), kind(), below(2));
+                if (below(4) == 0) file[below(file.size())] ^= static_cast<char>(1 << below(8));
+                continue;
+            }
             const std::string text = bytes(size());
             const std::uint64_t claimed = below(8) ? text.size() : random() >> below(64);
             for (int i = 0; i < 8; ++i) file += static_cast<char>(claimed >> (8 * i));
@@ -99,13 +104,24 @@ class Walk {
         return below(2) > 0;
     }
 
+    // None, the three, and now and then one that is not there.
+    Compression kind() { return static_cast<Compression>(below(20) ? below(4) : 4); }
+
     Step write() {
+        if (below(6) == 0) {
+            return named("write a block",
+                         [text = bytes(size()), k = kind()](auto& file) { return putBlock(file, text, k); });
+        }
         if (below(3)) return writeNumber();
         if (below(5)) return writeText();
         return named("printSum", [a = number() % 1000](auto& file) { return shown(printSum(file, a, 7)); });
     }
 
     Step read() {
+        if (below(6) == 0) {
+            const std::string before = below(2) ? bytes(size()) : "";
+            return named("read a block", [before, k = kind()](auto& file) { return takeBlock(file, k, before); });
+        }
         if (below(3)) return readNumber();
         if (below(2)) return named("read a text", [](auto& file) { return takeText(file); });
         return named("read into a builder", [](auto& file) { return takeBuilt(file); });

@@ -5,59 +5,12 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstddef>
-#include <cstdlib>
 #include <filesystem>
 #include <new>
 #include <vector>
 
 #include "file/contents.h"
-
-// ---- The heap -------------------------------------------------------------------------------------------------------
-
-namespace {
-
-// A machine on which a block this large is never to be had.
-constexpr std::size_t kTooLarge = std::size_t{1} << 30;
-
-// What stands before each block, so that its size is known when it goes.
-constexpr std::size_t kHeader = alignof(std::max_align_t);
-
-std::size_t held = 0;
-std::size_t peak = 0;
-
-void* take(std::size_t size) noexcept {
-    if (size >= kTooLarge) return nullptr;
-    void* const block = std::malloc(kHeader + size);
-    if (!block) return nullptr;
-    *static_cast<std::size_t*>(block) = size;
-    held += size;
-    peak = std::max(peak, held);
-    return static_cast<char*>(block) + kHeader;
-}
-
-void* takeOrThrow(std::size_t size) {
-    if (void* const memory = take(size)) return memory;
-    throw std::bad_alloc();
-}
-
-void giveBack(void* memory) noexcept {
-    if (!memory) return;
-    void* const block = static_cast<char*>(memory) - kHeader;
-    held -= *static_cast<std::size_t*>(block);
-    std::free(block);
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) { return takeOrThrow(size); }
-void* operator new[](std::size_t size) { return takeOrThrow(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return take(size); }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return take(size); }
-void operator delete(void* memory) noexcept { giveBack(memory); }
-void operator delete[](void* memory) noexcept { giveBack(memory); }
-void operator delete(void* memory, std::size_t) noexcept { giveBack(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { giveBack(memory); }
+#include "support/heap.h"
 
 namespace qor::test {
 namespace {
@@ -65,17 +18,9 @@ namespace {
 namespace stdfs = std::filesystem;
 using namespace std::literals;
 
-/// The most memory held at any moment of `act`, beyond what was held before.
-template <typename Act>
-std::size_t peakOf(Act act) {
-    const std::size_t before = peak = held;
-    act();
-    return peak - before;
-}
-
 TEST(CountedHeap, CountsAndRefuses) {
     EXPECT_GE(peakOf([] { std::string text(5000, 'x'); }), 5000u);
-    EXPECT_EQ(operator new(kTooLarge, std::nothrow), nullptr);
+    EXPECT_EQ(operator new(Heap::kTooLarge, std::nothrow), nullptr);
 }
 
 // ---- Records that claim more than there is --------------------------------------------------------------------------
@@ -203,6 +148,85 @@ TEST_F(HostileText, OfATebibyteIsNoText) {
     EXPECT_EQ(file.pos(), 3u);
 }
 
+// ---- Blocks that claim more than there is ---------------------------------------------------------------------------
+
+using HostileBlock = WithFiles;
+
+constexpr std::uint64_t kClaims[] = {18446744073709551615u, 9223372036854775808u, 9223372036854775807u,
+                                     1152921504606846976u, 1099511627776u};
+
+std::string blockHeader(std::uint64_t size, std::uint64_t payloadSize) {
+    return ".1." + count(size) + '.' + count(payloadSize) + '.';
+}
+
+bool readBlock(File& file) {
+    ds::Vector<unsigned char> bytes;
+    const bool done = file.read(bytes, Compression::Lz4);
+    EXPECT_EQ(done, !bytes.isEmpty());
+    return done;
+}
+
+TEST_F(HostileBlock, WhosePayloadIsLongerThanTheFileTakesNoMemory) {
+    for (const std::uint64_t at : {std::uint64_t{0}, kMiB - 21, kMiB}) {
+        for (const std::uint64_t claim : kClaims) {
+            const std::string before = at > 0 ? filler(at) : "";
+            File file = opened(files.make("a", before + blockHeader(5, claim) + "12345"), Mode::Read, Format::Binary);
+            String text;
+            EXPECT_TRUE(at == 0 || file.read(text));
+            EXPECT_LE(peakOf([&] { EXPECT_FALSE(readBlock(file)); }), 1000u);
+            EXPECT_EQ(file.error(), "Failed to read compressed buffer.");
+            EXPECT_EQ(file.pos(), at + 21);
+        }
+    }
+}
+
+TEST_F(HostileBlock, WhosePayloadNoMemoryHoldsIsRefused) {
+    files.make("a", blockHeader(5, 1099511627776));
+    stdfs::resize_file(files.path("a"), 1099511627776 + 21);
+    File file = opened(files.path("a"), Mode::Read, Format::Binary);
+    EXPECT_LE(peakOf([&] { EXPECT_FALSE(readBlock(file)); }), 1000u);
+    EXPECT_EQ(file.error(), "Failed to read compressed buffer.");
+}
+
+TEST_F(HostileBlock, WhoseContentIsClaimedToBeHugeTakesLittleMoreThanThePayload) {
+    const std::string content = pattern(40);
+    for (const Compression kind : {Compression::Lz4, Compression::Zlib, Compression::Zstd}) {
+        const auto payload =
+            compress(reinterpret_cast<const unsigned char*>(content.data()), content.size(), false, kind);
+        for (const std::uint64_t claim : kClaims) {
+            const std::string stream(payload.begin(), payload.end());
+            File file = opened(files.make("a", blockHeader(claim, stream.size()) + stream), Mode::Read, Format::Binary);
+            EXPECT_LE(peakOf([&] { EXPECT_FALSE(readBlock(file)); }), 4096u);
+            EXPECT_EQ(file.error(), ("Failed to decompress data (compressed size: " + std::to_string(stream.size()) +
+                                     ", decompressed size: " + std::to_string(claim) + ").")
+                                        .c_str());
+        }
+    }
+}
+
+TEST_F(HostileBlock, InATextFileClaimsInVainToo) {
+    File file = opened(files.make("a", ".1.5.18446744073709551615.12345"), Mode::Read, Format::Text);
+    EXPECT_LE(peakOf([&] { EXPECT_FALSE(readBlock(file)); }), 1000u);
+    EXPECT_EQ(file.error(), "Failed to read compressed buffer.");
+}
+
+// A whole file that no memory holds, as it stands: the transport has the last word, and the vector stays empty.
+TEST_F(HostileBlock, OfATebibyteAsItStandsIsRefused) {
+    files.make("a", "begin");
+    stdfs::resize_file(files.path("a"), 1099511627776);
+    File file = opened(files.path("a"), Mode::Read, Format::Binary);
+    ds::Vector<unsigned char> bytes;
+    EXPECT_FALSE(file.read(bytes, Compression::None));
+    EXPECT_TRUE(bytes.isEmpty());
+    EXPECT_EQ(file.error(), "Out of memory.");
+    EXPECT_EQ(file.pos(), 0u);
+    char c;
+    EXPECT_TRUE(file.read(c));
+    EXPECT_FALSE(file.read(bytes, Compression::None));
+    EXPECT_TRUE(bytes.isEmpty());
+    EXPECT_EQ(file.error(), "Attempted to read beyond file size.");
+}
+
 // ---- What is no file ------------------------------------------------------------------------------------------------
 
 // A folder can be opened for reading, and has a length that the file system makes up: nothing, a block, or 2^63 - 1.
@@ -255,6 +279,21 @@ TEST_F(Folder, HasNoText) {
     EXPECT_EQ(text, "");
     EXPECT_EQ(file.error(), file.len() == 0 ? "" : "Failed to read file.");
     EXPECT_EQ(file.pos(), 0u);
+}
+
+TEST_F(Folder, HasNoBlocks) {
+    File file = open(Format::Binary);
+    ds::Vector<unsigned char> bytes;
+    EXPECT_FALSE(file.read(bytes, Compression::Zstd));
+    EXPECT_EQ(file.error(), "Failed to read un/compressed length.");
+}
+
+TEST_F(Folder, HasNoBytesAsTheyStand) {
+    File file = open(Format::Binary);
+    ds::Vector<unsigned char> bytes;
+    const bool isEmpty = file.len() == 0;
+    EXPECT_EQ(file.read(bytes, Compression::None), isEmpty);
+    EXPECT_EQ(file.error(), isEmpty ? "" : refillError(file).c_str());
 }
 
 TEST_F(Folder, HasNothingToPeekAt) {

@@ -78,24 +78,45 @@ inline void repeatWild(unsigned char* to, std::size_t offset, std::size_t n) {
         } while (to < end);
         return;
     }
-    if (offset < 8) {
-        // The first eight bytes one by one; from then on the source stays a multiple of the offset, and eight at least,
-        // behind.
-        static constexpr unsigned char kStride[8] = {0, 8, 8, 9, 8, 10, 12, 14};
-        for (int i = 0; i < 8; ++i) to[i] = from[i];
-        to += 8;
-        from = to - kStride[offset];
+    // What is repeated fits two words, which are loaded once: to read what has just been written takes longer.
+    const std::uint64_t first = load<std::uint64_t>(from);
+    if (offset >= 8) {
+        const std::uint64_t second = load<std::uint64_t>(from + 8);
+        do {
+            store(to, first);
+            store(to + 8, second);  // what it has too much is overwritten by the next
+            to += offset;
+        } while (to < end);
+        return;
     }
-    while (to < end) {
-        copy8(to, from);
-        to += 8;
-        from += 8;
-    }
+    // Less than a word is multiplied to fill one, of which so many bytes are used as make a multiple of the offset.
+    static constexpr std::uint64_t kFill[8] = {0,
+                                               0x0101010101010101,
+                                               0x0001000100010001,
+                                               0x0001000001000001,
+                                               0x0000000100000001,
+                                               0x0000010000000001,
+                                               0x0001000000000001,
+                                               0x0100000000000001};
+    static constexpr unsigned char kStride[8] = {0, 8, 8, 6, 8, 5, 6, 7};
+    const std::uint64_t part = first & ((std::uint64_t{1} << 8 * offset) - 1);
+    const std::uint64_t filled = wrappedProduct(part, kFill[offset]);
+    do {
+        store(to, filled);
+        to += kStride[offset];
+    } while (to < end);
 }
 
-/// As `repeatWild`, and nothing beyond the `n` bytes is read or written.
+/// As `repeatWild`, and nothing beyond the `n` bytes is read or written: what is there to be repeated doubles with each
+/// copy, so that a long run of a short pattern is as fast as any copy.
 inline void repeat(unsigned char* to, std::size_t offset, std::size_t n) {
-    for (const unsigned char* from = to - offset; n > 0; --n) *to++ = *from++;
+    const unsigned char* const from = to - offset;
+    for (; n > offset; offset *= 2) {
+        std::memcpy(to, from, offset);
+        to += offset;
+        n -= offset;
+    }
+    if (n > 0) std::memcpy(to, from, n);
 }
 
 }  // namespace qor::impl

@@ -1,0 +1,13 @@
+// Adler-32, the checksum of zlib streams (RFC 1950, 8.2 and 9).
+#pragma once
+
+#include <cstdint>
+
+#include "qor/core/codec/bytes.h"
+
+namespace qor::impl {
+
+/// Two sums modulo 65521: a of 1 and all bytes, b of the values that a passes through. The result is b << 16 | a.
+std::uint32_t adler32(Bytes content);
+
+}  // namespace qor::impl

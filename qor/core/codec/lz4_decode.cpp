@@ -1,0 +1,142 @@
+// LZ4 blocks: decoding.
+//
+// Nothing in a block is trusted: every count is compared with what is left before it is used.
+#include <algorithm>
+#include <cstring>
+
+#include "qor/core/codec/lz4.h"
+
+namespace qor::impl::lz4 {
+namespace {
+
+std::size_t left(const unsigned char* at, const unsigned char* end) { return static_cast<std::size_t>(end - at); }
+
+// What is added to a count whose half of the token is full. False if the block ends first. No count can exceed 255
+// times the size of the block.
+bool readMore(const unsigned char*& in, const unsigned char* inEnd, std::size_t& count) {
+    unsigned char more;
+    do {
+        if (in == inEnd) return false;
+        more = *in++;
+        count += more;
+    } while (more == 255);
+    return true;
+}
+
+// Where a decoder is, in front of a sequence.
+struct Place {
+    const unsigned char* in;
+    unsigned char* out;
+};
+
+// What a sequence with neither count going on reads and writes: a token, 16 bytes for at most 14 literals and then the
+// offset; those literals, and a match of at most 18 bytes.
+constexpr std::size_t kFastInput = 1 + 16 + 2;
+constexpr std::size_t kFastOutput = 14 + 18 + kWildSlack;
+
+// Decodes sequences far from the ends of both block and room, so that only long ones have to look at what is left.
+// Stops in front of a sequence that may be too near to them, or is damaged: the plain loop finds out which. `first` is
+// where the earliest match may start.
+Place decodeFast(Place place, const unsigned char* inEnd, const unsigned char* first, unsigned char* outEnd) {
+    while (left(place.in, inEnd) >= kFastInput && left(place.out, outEnd) >= kFastOutput) {
+        const unsigned char* in = place.in;
+        unsigned char* out = place.out;
+        const unsigned token = *in++;
+
+        std::size_t count = token >> 4;
+        if (count != kMoreFollows) {
+            copy16(out, in);
+        } else {
+            if (!readMore(in, inEnd, count)) break;
+            if (count + kWildSlack + 2 > left(in, inEnd) || count + kFastOutput > left(out, outEnd)) break;
+            copyWild(out, in, count);
+        }
+        in += count;
+        out += count;
+
+        const std::size_t offset = load<std::uint16_t>(in);
+        in += 2;
+        if (offset == 0 || offset > left(first, out)) break;
+
+        std::size_t length = token & 15;
+        if (length != kMoreFollows && offset >= 8) {
+            const unsigned char* const from = out - offset;
+            copy8(out, from);
+            copy8(out + 8, from + 8);
+            std::memcpy(out + 16, from + 16, 2);
+        } else {
+            if (length == kMoreFollows && !readMore(in, inEnd, length)) break;
+            if (length + kMinMatch + kWildSlack > left(out, outEnd)) break;
+            repeatWild(out, offset, length + kMinMatch);
+        }
+        place = {in, out + length + kMinMatch};
+    }
+    return place;
+}
+
+template <bool fast>
+bool decode(Bytes block, std::uint64_t first, std::uint64_t limit, Result& result, std::uint64_t& produced) {
+    const unsigned char* in = block.data();
+    const unsigned char* const inEnd = in + block.size();
+    const std::uint64_t most = produced + limit;
+
+    // In the room that there is; both move with it.
+    unsigned char* out = nullptr;
+    unsigned char* outEnd = nullptr;
+    const auto enterRoom = [&] {
+        out = result.begin() + produced;
+        outEnd = result.begin() + std::min<std::uint64_t>(most, left(result.begin(), result.end()));
+    };
+    const auto makeRoom = [&](std::size_t n) {
+        if (n <= left(out, outEnd)) return true;
+        produced = left(result.begin(), out);
+        if (n > most - produced || !result.makeRoom(produced, n)) return false;
+        enterRoom();
+        return true;
+    };
+
+    enterRoom();
+    for (;;) {
+        if constexpr (fast) {
+            const Place place = decodeFast({in, out}, inEnd, result.begin() + first, outEnd);
+            in = place.in;
+            out = place.out;
+        }
+
+        if (in == inEnd) return false;
+        const unsigned token = *in++;
+        std::size_t count = token >> 4;
+        if (count == kMoreFollows && !readMore(in, inEnd, count)) return false;
+        if (count > left(in, inEnd) || !makeRoom(count)) return false;
+        if (count > 0) std::memcpy(out, in, count);
+        in += count;
+        out += count;
+        if (in == inEnd) break;  // the last sequence has no match
+
+        if (left(in, inEnd) < 2) return false;
+        const std::size_t offset = load<std::uint16_t>(in);
+        in += 2;
+        if (offset == 0 || offset > left(result.begin() + first, out)) return false;
+        std::size_t length = token & 15;
+        if (length == kMoreFollows && !readMore(in, inEnd, length)) return false;
+        length += kMinMatch;
+        if (!makeRoom(length)) return false;
+        repeat(out, offset, length);
+        out += length;
+    }
+    produced = left(result.begin(), out);
+    return true;
+}
+
+}  // namespace
+
+bool decodeBlock(Bytes block, std::uint64_t first, std::uint64_t limit, Result& result, std::uint64_t& produced) {
+    return decode<true>(block, first, limit, result, produced);
+}
+
+bool decodeBlockPlainly(Bytes block, std::uint64_t first, std::uint64_t limit, Result& result,
+                        std::uint64_t& produced) {
+    return decode<false>(block, first, limit, result, produced);
+}
+
+}  // namespace qor::impl::lz4

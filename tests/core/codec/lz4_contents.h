@@ -1,0 +1,114 @@
+// Contents of the kinds that blocks hold, made by rule, and bytes as the codecs take them.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "qor/core/codec/bytes.h"
+#include "qor/core/vector.h"
+
+namespace qor::test {
+
+inline impl::Bytes view(std::string_view text) {
+    return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
+}
+inline impl::Bytes view(const ds::Vector<unsigned char>& bytes) { return {bytes.data(), bytes.size()}; }
+
+inline std::string asString(const ds::Vector<unsigned char>& bytes) { return std::string(bytes.begin(), bytes.end()); }
+
+/// A copy in memory of exactly its size, beyond which a sanitizer sees every read.
+inline ds::Vector<unsigned char> ownBytes(std::string_view text) {
+    ds::Vector<unsigned char> bytes;
+    EXPECT_TRUE(bytes.resize(text.size()));
+    std::copy(text.begin(), text.end(), bytes.begin());
+    return bytes;
+}
+
+/// Numbers without a pattern, the same in every run.
+class Chance {
+ public:
+    explicit Chance(std::uint32_t seed) : state(seed % 0x7FFFFFFE + 1) {}
+
+    std::uint32_t below(std::uint32_t limit) {
+        state = static_cast<std::uint32_t>(state * std::uint64_t{48271} % 0x7FFFFFFF);
+        return (state >> 4) % limit;
+    }
+
+ private:
+    std::uint32_t state;
+};
+
+/// Bytes that cannot be made smaller.
+inline std::string noise(std::size_t size, std::uint32_t seed = 1) {
+    Chance chance(seed);
+    std::string bytes(size, '\0');
+    for (char& byte : bytes) byte = static_cast<char>(chance.below(256));
+    return bytes;
+}
+
+/// `size` bytes, of which each equals the one `period` before it; the first `period` are noise.
+inline std::string periodic(std::size_t size, std::size_t period) {
+    std::string bytes = noise(std::min(size, period), static_cast<std::uint32_t>(period));
+    while (bytes.size() < size) bytes += bytes[bytes.size() - period];
+    return bytes;
+}
+
+/// Words of a small language, the common ones more often.
+inline std::string text(std::size_t size, std::uint32_t seed = 1) {
+    Chance chance(seed);
+    std::vector<std::string> words;
+    for (int i = 0; i < 500; ++i) {
+        std::string word;
+        for (std::uint32_t letters = 1 + chance.below(9); letters > 0; --letters) {
+            word += static_cast<char>('a' + chance.below(26));
+        }
+        words.push_back(word);
+    }
+    std::string bytes;
+    while (bytes.size() < size) {
+        bytes += words[chance.below(1 + chance.below(500))];
+        bytes += chance.below(12) == 0 ? ".\n" : " ";
+    }
+    bytes.resize(size);
+    return bytes;
+}
+
+/// The positions of a point that wanders, three floats each.
+inline std::string floats(std::size_t size, std::uint32_t seed = 1) {
+    Chance chance(seed);
+    float at[3] = {0, 100, -5};
+    std::string bytes;
+    while (bytes.size() < size) {
+        for (float& axis : at) {
+            axis += static_cast<float>(chance.below(65)) / 64 - 0.5f;
+            char image[4];
+            std::memcpy(image, &axis, 4);
+            bytes.append(image, 4);
+        }
+    }
+    bytes.resize(size);
+    return bytes;
+}
+
+struct Content {
+    std::string name;
+    std::string bytes;
+};
+
+/// One content of each kind.
+inline std::vector<Content> contentsOf(std::size_t size) {
+    return {{"constant", std::string(size, 'a')},
+            {"noise", noise(size)},
+            {"text", text(size)},
+            {"floats", floats(size)},
+            {"triples", periodic(size, 12)},
+            {"noise, text, constant", noise(size / 3) + text(size / 3) + std::string(size - size / 3 * 2, '\0')}};
+}
+
+}  // namespace qor::test
