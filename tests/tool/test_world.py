@@ -1,10 +1,15 @@
-"""`qor world`, run as a person would run it. QOR_TOOL is the program, QOR_DATA the folder of the countries."""
+"""`qor world`, run as a person would run it. QOR_TOOL is the program, QOR_DATA the folder of the countries.
 
+Blocks are expanded by the command-line tools `lz4` and `zstd`, and by Python's zlib.
+"""
+
+import base64
 import json
 import math
 import os
 import pty
 import random
+import re
 import resource
 import shutil
 import signal
@@ -19,7 +24,9 @@ TOOL = os.environ["QOR_TOOL"]
 DATA = os.environ["QOR_DATA"]
 SMALL = os.path.join(DATA, "countries-110m.json")
 LARGE = os.path.join(DATA, "countries-50m.json")
-OUTPUTS = ["names.txt", "world.png", "world.qbin", "world.svg", "world.txt"]
+OUTPUTS = ["names.txt", "world.lz4.qbin", "world.png", "world.qbin", "world.svg", "world.txt", "world.zlib.qbin",
+           "world.zstd.qbin", "world.zstd.txt"]
+FORMS_OF_BLOCKS = [name for name in OUTPUTS if name.count(".") == 2]
 
 ALL_WELL, DIFFERS, WRONG_USAGE, CANNOT = 0, 1, 2, 3
 
@@ -87,6 +94,9 @@ class ToolTest(unittest.TestCase):
 
     def output(self, name):
         return os.path.join(self.out, name)
+
+    def blocks(self, name):
+        return blocks_of(name, content(self.output(name)))
 
     def outputs(self):
         """Every file in the output folder, the hidden ones too, with its bytes."""
@@ -181,7 +191,7 @@ class Results(ToolTest):
                 yield source
             shutil.rmtree(self.out)
 
-    def test_the_outputs_are_five_files_and_nothing_else(self):
+    def test_the_outputs_are_nine_files_and_nothing_else(self):
         for _ in self.each_source():
             self.assertEqual(sorted(os.listdir(self.out)), OUTPUTS)
 
@@ -234,6 +244,21 @@ class Results(ToolTest):
             expected = "".join(name + "\n" for name in [title_of(topology)] + names_of(topology))
             self.assertEqual(content(self.output("names.txt")).decode("utf-8"), expected)
 
+    def test_each_form_of_blocks_has_the_documented_bytes_and_a_thumbnail(self):
+        for source in self.each_source():
+            expected = block_contents(load(source))
+            for name in FORMS_OF_BLOCKS:
+                with self.subTest(name):
+                    *contents, thumbnail = [block.content() for block in self.blocks(name)]
+                    self.assertEqual(contents, expected)
+                    self.assertEqual(len(thumbnail), 4 * Thumbnail.WIDTH * Thumbnail.HEIGHT)
+
+    def test_each_form_of_blocks_is_smaller_than_the_one_without(self):
+        self.make(LARGE)
+        sizes = {name: os.path.getsize(self.output(name)) for name in OUTPUTS}
+        for name in FORMS_OF_BLOCKS:
+            self.assertLess(sizes[name], sizes["world.qbin"] / 2, name)
+
     def test_names_keep_their_accents(self):
         self.make(LARGE)
         names = content(self.output("names.txt")).decode("utf-8").split("\n")
@@ -242,12 +267,13 @@ class Results(ToolTest):
 
     def test_the_table_tells_the_size_of_each_file_and_its_part_of_the_source(self):
         result = self.make(LARGE)
-        for name in ("world.qbin", "world.txt", "names.txt"):
+        for name in ("world.qbin", "world.txt", "names.txt", *FORMS_OF_BLOCKS):
             size = os.path.getsize(self.output(name))
             part = 100 * size / os.path.getsize(LARGE)
             self.assertRegex(result.out, rf"{name} +{size:,} +{part:.1f} %")
-        self.assertRegex(result.out, r"(?m)^binary +world\.qbin .* \d+\.\d ms +\d+\.\d ms$")
-        self.assertRegex(result.out, r"(?m)^text +world\.txt .* \d+\.\d ms +\d+\.\d ms$")
+        for form, name in (("binary", "world.qbin"), ("text", "world.txt"), ("lz4", "world.lz4.qbin"),
+                           ("zlib", "world.zlib.qbin"), ("zstd", "world.zstd.qbin"), ("zstd text", "world.zstd.txt")):
+            self.assertRegex(result.out, rf"(?m)^{form} +{re.escape(name)} .* \d+\.\d ms +\d+\.\d ms$")
 
     def test_the_report_ends_with_the_verdict_and_the_pictures(self):
         lines = self.make().out.split("\n")
@@ -267,6 +293,8 @@ class Results(ToolTest):
         topology["arcs"] = []
         self.make(put(self.path("empty.json"), json.dumps(topology)))
         self.assertEqual(content(self.output("world.qbin")), binary_form(topology))
+        for name in FORMS_OF_BLOCKS:
+            self.assertEqual([block.content() for block in self.blocks(name)][:-1], block_contents(topology))
 
 
 def title_of(topology):
@@ -337,6 +365,74 @@ def numbers_of(topology):
     return numbers
 
 
+def planes(code, numbers):
+    """The first bytes of all numbers, then the second bytes, and so on."""
+    data, size = struct.pack(f"<{len(numbers)}{code}", *numbers), struct.calcsize(code)
+    return b"".join(data[i::size] for i in range(size))
+
+
+def folded(number):
+    return 2 * number if number >= 0 else -2 * number - 1
+
+
+def lines(texts):
+    return "".join(text + "\n" for text in texts).encode()
+
+
+def block_contents(topology):
+    """What the blocks hold, without the thumbnail."""
+    contents = [lines([title_of(topology)]), planes("d", transform_of(topology))]
+    for code, items in tables_of(topology):
+        if code == "name":
+            contents.append(lines(items))
+        elif code == "I":
+            contents.append(planes("I", items))
+        else:
+            numbers = [number for item in items for number in item] if code == "ii" else items
+            contents.append(planes("I", [folded(number) for number in numbers]))
+    return contents
+
+
+class Block:
+    """A block in a form of blocks: where it begins, where its payload begins, and where that ends."""
+
+    def __init__(self, name, data, start):
+        self.name, self.start = name, start
+        header = rb"\.1\.(\d+)\.(\d+)\." if name.endswith(".txt") else rb"(?s)\.1\.(.{8})\.(.{8})\."
+        found = re.compile(header).match(data, start)
+        assert found, f"no block at {start} in {name}"
+        number = int if name.endswith(".txt") else lambda text: struct.unpack("<Q", text)[0]
+        self.size, self.payload_size = number(found[1]), number(found[2])
+        self.payload_start = found.end()
+        self.end = self.payload_start + self.payload_size
+        self.payload = data[self.payload_start:self.end]
+        assert len(self.payload) == self.payload_size, f"{name} ends in the block at {start}"
+
+    def content(self):
+        if not self.payload:
+            return b""
+        stream = base64.b64decode(self.payload, validate=True) if self.name.endswith(".txt") else self.payload
+        kind = self.name.split(".")[1]
+        if kind == "zlib":
+            whole = zlib.decompress(stream)
+        else:
+            whole = subprocess.run([kind, "-dc"], input=stream, stdout=subprocess.PIPE, check=True).stdout
+        assert len(whole) == self.size, f"{self.size} bytes claimed, {len(whole)} there"
+        return whole
+
+
+def block_header(name, size, payload_size):
+    lengths = [str(n).encode() if name.endswith(".txt") else struct.pack("<Q", n) for n in (size, payload_size)]
+    return b".1." + b".".join(lengths) + b"."
+
+
+def blocks_of(name, data):
+    blocks = []
+    while not blocks or blocks[-1].end < len(data):
+        blocks.append(Block(name, data, blocks[-1].end if blocks else 0))
+    return blocks
+
+
 class Pictures(ToolTest):
     def test_the_svg_has_a_path_for_each_country_with_its_name(self):
         self.make(LARGE)
@@ -391,6 +487,19 @@ class Pictures(ToolTest):
         self.assertEqual(len({ocean, ice, russia, america, picture.pixel(3, 3)}), 5)
         self.assertNotEqual(fiji, ocean)
 
+    def test_the_thumbnail_is_the_globe_with_nothing_around_it(self):
+        self.make(LARGE)
+        thumbnails = {self.blocks(name)[-1].content() for name in FORMS_OF_BLOCKS}
+        self.assertEqual(len(thumbnails), 1)
+        small = Thumbnail(thumbnails.pop())
+        large = Png(content(self.output("world.png")))
+        for x, y in ((0, 0), (255, 0), (0, 127), (255, 127), (20, 2), (235, 125)):
+            self.assertEqual(small.pixel(x, y), (0, 0, 0, 0))
+        for longitude, latitude in ((-145, -40), (80, -35), (5, -40), (65, 62), (-100, 62), (-100, 40), (-50, -10),
+                                    (134, -25), (20, -80)):
+            with self.subTest(f"{longitude} {latitude}"):
+                self.assertEqual(small.at(longitude, latitude), large.at(longitude, latitude) + (255,))
+
     def test_the_pictures_are_the_same_every_time(self):
         self.make()
         first = self.outputs()
@@ -399,8 +508,32 @@ class Pictures(ToolTest):
         self.assertEqual(self.outputs(), first)
 
 
+def projected(longitude, latitude):
+    """A place in the Natural Earth projection, in units of the globe's radius."""
+    p = math.radians(latitude)
+    x = math.radians(longitude) * (0.8707 - 0.131979 * p**2 - 0.013791 * p**4 + 0.003971 * p**10 - 0.001529 * p**12)
+    return x, p * (1.007226 + 0.015085 * p**2 - 0.044475 * p**6 + 0.028874 * p**8 - 0.005916 * p**10)
+
+
+class Thumbnail:
+    """The pixels of a thumbnail, which the globe fills from the second row to the last but one."""
+
+    WIDTH, HEIGHT = 256, 128
+
+    def __init__(self, pixels):
+        self.pixels = pixels
+
+    def pixel(self, x, y):
+        return tuple(self.pixels[4 * (self.WIDTH * y + x):][:4])
+
+    def at(self, longitude, latitude):
+        x, y = projected(longitude, latitude)
+        scale = (self.HEIGHT / 2 - 1) / projected(0, 90)[1]
+        return self.pixel(math.floor(self.WIDTH / 2 + scale * x), math.floor(self.HEIGHT / 2 - scale * y))
+
+
 class Png:
-    """The pixels of a picture, and of places on the globe in the Natural Earth projection."""
+    """The pixels of a picture, and of places on the globe."""
 
     def __init__(self, data):
         at, packed = 8, b""
@@ -442,13 +575,9 @@ class Png:
         return tuple(self.rows[y][3 * x:3 * x + 3])
 
     def at(self, longitude, latitude):
-        p = math.radians(latitude)
-        x = math.radians(longitude) * (0.8707 - 0.131979 * p**2 - 0.013791 * p**4 + 0.003971 * p**10 - 0.001529 * p**12)
-        y = p * (1.007226 + 0.015085 * p**2 - 0.044475 * p**6 + 0.028874 * p**8 - 0.005916 * p**10)
-        scale = (self.width / 2 - 36) / (0.8707 * math.pi)
-        pole = math.pi / 2
-        middle = 104 + scale * pole * (1.007226 + 0.015085 * pole**2 - 0.044475 * pole**6 + 0.028874 * pole**8
-                                       - 0.005916 * pole**10)
+        x, y = projected(longitude, latitude)
+        scale = (self.width / 2 - 36) / projected(180, 0)[0]
+        middle = 104 + scale * projected(0, 90)[1]
         return self.pixel(round(self.width / 2 + scale * x), round(middle - scale * y))
 
 
@@ -699,7 +828,7 @@ class ExistingOutputs(ToolTest):
         new = self.outputs()
         shutil.rmtree(self.out)
         old = self.make_old()
-        for awaited in ("world.qbin", "names.txt", "world.svg", "world.png"):
+        for awaited in ("world.qbin", "names.txt", "world.zstd.txt", "world.svg", "world.png"):
             for stop in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
                 with self.subTest(f"{stop.name} when {awaited} is begun"):
                     with subprocess.Popen([TOOL, "world", LARGE, "-o", self.out, "--force"],
@@ -850,12 +979,145 @@ class Check(ToolTest):
         for name, more, what in (("world.qbin", b"12345", "5 bytes in world.qbin"),
                                  ("world.txt", b" 7", "1 byte in world.txt"),
                                  ("names.txt", b"Atlantis\n", "9 bytes in names.txt"),
-                                 ("names.txt", b"\0", "a zero byte in names.txt")):
+                                 ("names.txt", b"\0", "a zero byte in names.txt"),
+                                 *((name, b".1.", f"3 bytes in {name}") for name in FORMS_OF_BLOCKS)):
             with self.subTest(what):
                 data = content(self.output(name))
                 put(self.output(name), data + more)
                 self.assertDiffers(name, after + what)
                 put(self.output(name), data)
+
+    HEADER_FAILED = "Failed to read un/compressed length."
+    PAYLOAD_FAILED = "Failed to read compressed buffer."
+
+    def parts(self):
+        """What the difference in each block begins with if the block cannot be read at all."""
+        names = "arcStarts points names ids polygonStarts ringStarts indexStarts arcIndexes".split()
+        tables = [f"{name}: {len(items):,} items" for name, (_, items) in zip(names, tables_of(self.topology))]
+        begins = [f'title: "{title_of(self.topology)}"', f"transform[0]: {transform_of(self.topology)[0]}", *tables,
+                  "thumbnail: 131,072 items"]
+        return [f"{begin} in the source, and cannot be read back: " for begin in begins]
+
+    TITLE_POINTS_THUMBNAIL = (0, 3, 10)
+
+    def each_block(self, parts=range(11)):
+        """Blocks of each form with the bytes of their file, which are put back when all its blocks had their turn."""
+        for name in FORMS_OF_BLOCKS:
+            whole = content(self.output(name))
+            pairs = list(zip(blocks_of(name, whole), self.parts(), strict=True))
+            for block, begin in [pairs[part] for part in parts]:
+                with self.subTest(f"{name}, {begin}"):
+                    yield name, whole, block, begin
+            put(self.output(name), whole)
+
+    def test_a_byte_changed_in_the_payload_of_each_block_is_told_by_the_part(self):
+        for name, whole, block, begin in self.each_block():
+            data = bytearray(whole)
+            data[(block.payload_start + block.end) // 2] ^= 1
+            put(self.output(name), bytes(data))
+            self.assertDiffers(name, f"{begin}Failed to decompress data (compressed size: {block.payload_size}, "
+                                     f"decompressed size: {block.size}).")
+
+    def test_a_byte_changed_anywhere_in_a_form_of_blocks_is_found_unless_the_content_is_the_same(self):
+        seed = random.randrange(2**32)
+        for name in FORMS_OF_BLOCKS:
+            whole = content(self.output(name))
+            contents = [block.content() for block in blocks_of(name, whole)]
+            for offset in random.Random(seed).sample(range(len(whole)), 25):
+                with self.subTest(f"seed {seed}, {name}, byte {offset}"):
+                    changed = bytearray(whole)
+                    changed[offset] ^= 1 << random.Random(offset).randrange(8)
+                    put(self.output(name), bytes(changed))
+                    if self.check().code != DIFFERS:
+                        self.assertEqual([block.content() for block in self.blocks(name)], contents)
+            put(self.output(name), whole)
+
+    def test_a_form_of_blocks_that_ends_early_is_told_with_the_part_that_is_missing(self):
+        for name, whole, block, begin in self.each_block(self.TITLE_POINTS_THUMBNAIL):
+            middle = (block.payload_start + block.end) // 2
+            for length, reason in ((block.start, self.HEADER_FAILED), (block.payload_start - 1, self.HEADER_FAILED),
+                                   (block.payload_start, self.PAYLOAD_FAILED), (middle, self.PAYLOAD_FAILED)):
+                put(self.output(name), whole[:length])
+                self.assertDiffers(name, begin + reason)
+
+    def test_a_marker_changed_in_the_header_of_a_block_is_told_by_the_part(self):
+        for name, whole, block, begin in self.each_block(self.TITLE_POINTS_THUMBNAIL):
+            between = whole.index(b".", block.start + 3) if name.endswith(".txt") else block.start + 11
+            for offset in (block.start, block.start + 1, block.start + 2, between, block.payload_start - 1):
+                data = bytearray(whole)
+                data[offset] = ord("x")
+                put(self.output(name), bytes(data))
+                self.assertDiffers(name, begin + self.HEADER_FAILED)
+
+    def test_lengths_beyond_all_memory_in_the_header_of_a_block_are_a_difference(self):
+        huge = 2**62
+        for name, whole, block, begin in self.each_block(self.TITLE_POINTS_THUMBNAIL):
+            for size, payload_size, reason in (
+                    (block.size, huge, self.PAYLOAD_FAILED),
+                    (huge, block.payload_size, f"Failed to decompress data (compressed size: {block.payload_size}, "
+                                               f"decompressed size: {huge}).")):
+                header = block_header(name, size, payload_size)
+                put(self.output(name), whole[:block.start] + header + whole[block.payload_start:])
+                self.assertDiffers(name, begin + reason)
+
+    def test_a_block_of_any_kind_is_known_by_its_payload(self):
+        shutil.copy(self.output("world.lz4.qbin"), self.output("world.zlib.qbin"))
+        self.assertEqual(self.check().code, ALL_WELL)
+
+    def test_a_whole_block_with_other_values_is_told_with_the_first_of_them(self):
+        title, transform, arc_starts, points, names, ids, *_, arcs = range(10)
+        thumbnail = 10
+        whole = content(self.output("world.zlib.qbin"))
+        contents = [block.content() for block in blocks_of("world.zlib.qbin", whole)]
+        steps = [step for arc in self.topology["arcs"] for step in arc]
+        last = tables_of(self.topology)[-1][1]
+        first_id = int(self.topology["objects"]["countries"]["geometries"][0]["id"])
+        there = "in world.zlib.qbin"
+        whole_title = f'title: "{title_of(self.topology)}" in the source'
+
+        def changed(part, offset, value):
+            data = bytearray(contents[part])
+            data[offset] = value
+            return bytes(data)
+
+        cases = [
+            (title, b"Atlantis\n", f'{whole_title}, "Atlantis" {there}'),
+            (title, contents[title][:-1], f"{whole_title}, and cannot be read back: its block ends here"),
+            (title, contents[title] + b"!", f"{whole_title}, and cannot be read back: its block goes on for 1 byte"),
+            (title, b"", f"{whole_title}, and cannot be read back: its block ends here"),
+            (transform, changed(transform, 1, 1), f"transform[1]: 0 in the source, 5e-324 {there}"),
+            (transform, b"", f"transform[0]: {transform_of(self.topology)[0]} in the source, and cannot be read back: "
+                             "its block ends here"),
+            (arc_starts, contents[arc_starts] + b"1234", f"arcStarts: 596 items in the source, 597 {there}"),
+            (arc_starts, contents[arc_starts] + b"12", "arcStarts: 596 items in the source, and cannot be read "
+                                                        "back: its block goes on for 2 bytes"),
+            (arc_starts, changed(arc_starts, 0, 1), f"arcStarts[0]: 0 in the source, 1 {there}"),
+            (points, contents[points][8:], f"points: {len(steps):,} items in the source, {len(steps) - 1:,} {there}"),
+            (points, changed(points, 2 * 17, folded(-3)), f"points[17].x: {steps[17][0]} in the source, -3 {there}"),
+            (points, changed(points, 2 * 17 + 1, 6), f"points[17].y: {steps[17][1]} in the source, 3 {there}"),
+            (names, contents[names][1:], f'names[0]: "Fiji" in the source, "iji" {there}'),
+            (names, contents[names][5:], f"names: 177 items in the source, 176 {there}"),
+            (names, contents[names] + b"Atlantis\n", f"names: 177 items in the source, 178 {there}"),
+            (names, contents[names] + b"A", "names: 177 items in the source, and cannot be read back: "
+                                            "its block goes on for 1 byte"),
+            (ids, changed(ids, 0, folded(-1)), f"ids[0]: {first_id} in the source, "),
+            (arcs, changed(arcs, len(last) - 1, 0),
+             f"arcIndexes[{len(last) - 1}]: {last[-1]} in the source, "),
+            (thumbnail, changed(thumbnail, 70001, 7),
+             f"thumbnail[70001]: {contents[thumbnail][70001]} in the source, 7 {there}"),
+            (thumbnail, contents[thumbnail][:-4], f"thumbnail: 131,072 items in the source, 131,068 {there}"),
+            (thumbnail, b"", f"thumbnail: 131,072 items in the source, 0 {there}"),
+        ]
+        for part, data, what in cases:
+            with self.subTest(what):
+                block = blocks_of("world.zlib.qbin", whole)[part]
+                payload = zlib.compress(data) if data else b""
+                header = block_header("world.zlib.qbin", len(data), len(payload))
+                put(self.output("world.zlib.qbin"), whole[:block.start] + header + payload + whole[block.end:])
+                result = self.check()
+                self.assertEqual(result.code, DIFFERS, result.err)
+                self.assertTrue(result.err.startswith(f"qor: {self.output('world.zlib.qbin')}: {what}"), result.err)
+                self.assertEqual(result.err.count("\n"), 1)
 
     def test_a_number_changed_in_the_text_form_is_named(self):
         scale = str(transform_of(self.topology)[0])
@@ -902,16 +1164,19 @@ class Check(ToolTest):
         self.assertEqual(result.code, DIFFERS)
 
     def test_a_missing_file_is_no_difference_but_cannot_be_read(self):
-        for name in ("names.txt", "world.txt", "world.qbin"):
+        for name in (*reversed(FORMS_OF_BLOCKS), "names.txt", "world.txt", "world.qbin"):
             with self.subTest(name):
                 os.remove(self.output(name))
                 self.assertRefused(self.check(), CANNOT, f"qor: {self.output(name)}: No such file or directory")
 
     def test_a_folder_in_the_place_of_a_file_cannot_be_read(self):
-        os.remove(self.output("world.txt"))
-        os.mkdir(self.output("world.txt"))
-        result = run("world", SMALL, "--check", self.out)
-        self.assertRefused(result, CANNOT, f"qor: {self.output('world.txt')}: Failed to read file.")
+        for name, reason in (*((name, "Failed to read un/compressed length. (Is a directory)")
+                               for name in reversed(FORMS_OF_BLOCKS)), ("world.txt", "Failed to read file.")):
+            with self.subTest(name):
+                os.remove(self.output(name))
+                os.mkdir(self.output(name))
+                result = run("world", SMALL, "--check", self.out)
+                self.assertRefused(result, CANNOT, f"qor: {self.output(name)}: {reason}")
 
 
 class Terminal(ToolTest):

@@ -73,7 +73,8 @@ class Comparison {
             if (i < count) return item(itemName, expected[i], actual[i]);
             return unreadable<typename Items::value_type>(itemName, shown(expected[i]));
         }
-        return true;
+        // All of them could be read; the part is damaged if more stands behind them.
+        return !isDamaged(name) || unreadable<typename Items::value_type>(name, counted(expected.size(), "item"));
     }
 
     bool item(const std::string& name, const Point& expected, const Point& actual) {
@@ -112,8 +113,8 @@ class Comparison {
 
 std::optional<Difference> firstDifference(const World& source, const Reading& reading, const Form& form) {
     Comparison comparison(reading, form);
-    const bool isSame =
-        eachPart([&](const char* name, auto part) { return comparison.part(name, source.*part, reading.world.*part); });
+    const bool isSame = eachPartOf(
+        form, [&](const char* name, auto part) { return comparison.part(name, source.*part, reading.world.*part); });
     if (isSame && !reading.rest) return std::nullopt;
     if (isSame) comparison.rest(*reading.rest);
     return comparison.found;

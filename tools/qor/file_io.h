@@ -30,6 +30,9 @@ class OutputFile {
     bool put(const T& value) {
         return file.write(value);
     }
+    bool put(const void* bytes, std::size_t size, qor::Compression compression) {
+        return file.write(bytes, size, compression);
+    }
 
     /// Closes the file. Throws a Failure if not all of it arrived.
     void finish();

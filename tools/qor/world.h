@@ -37,13 +37,16 @@ struct World {
     std::vector<unsigned int> indexStarts;    // of rings, in arcIndexes
     std::vector<int> arcIndexes;              // i is arc i; ~i, which is negative, is arc i backwards
 
+    /// A small picture of the world, in the bytes of its pixels; drawn, and so in no source.
+    std::vector<unsigned char> thumbnail;
+
     std::size_t countryCount() const { return names.size(); }
     std::size_t arcCount() const { return arcStarts.size() - 1; }
     std::size_t ringCount() const { return indexStarts.size() - 1; }
 };
 
-/// Calls `visit(name, member)` for each part of a world, in the order in which files hold them, until one call gives
-/// false. True if none did.
+/// Calls `visit(name, member)` for each part of a world but the thumbnail, in the order in which files hold them, until
+/// one call gives false. True if none did.
 template <typename Visit>
 bool eachPart(Visit visit) {
     return visit("title", &World::title) && visit("transform", &World::transform) &&

@@ -17,7 +17,7 @@
 #include "tools/qor/forms.h"
 #include "tools/qor/map.h"
 #include "tools/qor/outputs.h"
-#include "tools/qor/png.h"
+#include "tools/qor/pixels.h"
 #include "tools/qor/progress.h"
 #include "tools/qor/svg.h"
 #include "tools/qor/text.h"
@@ -35,9 +35,12 @@ constexpr const char* kPngName = "world.png";
 
 constexpr const char* kDescription = "Store the world's countries, read them back, compare, and draw a map";
 constexpr const char* kFooter =
-    "Writes the countries in every form, as world.qbin (binary) and world.txt with names.txt (text), reads each form\n"
-    "back, compares every value with the source, and draws world.svg and world.png from what was read. Only a run in\n"
-    "which all is well changes any file.\n"
+    "Writes the countries in every form: as world.qbin (binary), world.txt with names.txt (text), and, with a "
+    "thumbnail,\n"
+    "as compressed blocks in world.lz4.qbin, world.zlib.qbin, world.zstd.qbin and world.zstd.txt. Reads each form "
+    "back,\n"
+    "compares every value with the source, and draws world.svg and world.png from what was read. Only a run in which\n"
+    "all is well changes any file.\n"
     "Exit codes: 0 all well, 1 a value differs, 2 wrong usage, 3 cannot read or write.";
 
 struct Options {
@@ -79,7 +82,9 @@ std::string defaultFile() {
 Source load(const std::string& path) {
     const std::string text = readWhole(path);
     try {
-        return {fs::path(path).filename().string(), text.size(), parseTopology(text)};
+        Source source{fs::path(path).filename().string(), text.size(), parseTopology(text)};
+        source.world.thumbnail = thumbnailOf(mapOf(source.world, ""));
+        return source;
     } catch (const BadDocument& bad) {
         throw Failure(path, bad.what());
     }
@@ -96,7 +101,7 @@ double secondsOf(Work work) {
 
 Reading readBack(const Source& source, const Folder& from, Row& row) {
     Reading reading;
-    row.readSeconds = secondsOf([&] { reading = row.form->read(from); });
+    row.readSeconds = secondsOf([&] { reading = row.form->read(*row.form, from); });
     row.difference = firstDifference(source.world, reading, *row.form);
     for (const std::string& name : row.form->files) {
         std::error_code failure;
@@ -125,7 +130,7 @@ std::string milliseconds(std::optional<double> seconds) {
 }
 
 void appendLine(std::string& table, const std::array<std::string, 6>& cells) {
-    std::string line = fmt::format("{:<8} {:<12} {:>10} {:>11} {:>10} {:>10}", cells[0], cells[1], cells[2], cells[3],
+    std::string line = fmt::format("{:<9} {:<15} {:>10} {:>11} {:>10} {:>10}", cells[0], cells[1], cells[2], cells[3],
                                    cells[4], cells[5]);
     line.erase(line.find_last_not_of(' ') + 1);
     table += line + '\n';
@@ -213,7 +218,7 @@ int store(const Folder& folder, bool mayReplace, const std::string& file) {
         for (const Form& form : allForms()) {
             Row row{&form, {}, std::nullopt, 0, std::nullopt};
             progress.step("writing the " + form.name + " form");
-            row.writeSeconds = secondsOf([&] { form.write(source.world, outputs.hidden()); });
+            row.writeSeconds = secondsOf([&] { form.write(form, source.world, outputs.hidden()); });
             progress.step("reading the " + form.name + " form back");
             Reading reading = readBack(source, outputs.hidden(), row);
             isSame = isSame && !row.difference;
