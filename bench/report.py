@@ -5,23 +5,31 @@
 
 The files are those of Google Benchmark (--benchmark_out), with one run to a repetition. A time is the median of the
 repetitions; "noise" is how far the ratio would move if qor and the limit each stood at the edge of the middle half of
-their repetitions.
+their repetitions. Compressed blocks have files and tables of their own (block_report.py).
 """
 import argparse
 import json
 import statistics
 
+import block_report
+
 LIMIT = "limit"
 OURS = "qor"
 
+# Where the times of a run of block jobs stand.
+BLOCK_CLOCKS = {"cpu": 0, "real": 1}
 
-def read_jobs(paths, clock):
-    """Of each job, in the order of the files: {way: [nanoseconds of one item, for each run]}, and its aim."""
+
+def load(path):
+    with open(path, encoding="utf-8") as file:
+        return json.load(file)
+
+
+def read_jobs(results, clock):
+    """Of each job, in the order of the results: {way: [nanoseconds of one item, for each run]}, and its aim."""
     jobs = {}
-    for path in paths:
-        with open(path, encoding="utf-8") as file:
-            runs = json.load(file)["benchmarks"]
-        for run in sorted(runs, key=lambda run: run["family_index"]):
+    for result in results:
+        for run in sorted(result.get("benchmarks", []), key=lambda run: run["family_index"]):
             if run["run_type"] != "iteration" or run.get("error_occurred"):
                 continue
             job, way = run["name"].split("/", 1)
@@ -70,10 +78,16 @@ def main():
     parser.add_argument("files", nargs="+", metavar="FILE.json")
     arguments = parser.parse_args()
 
+    results = [load(path) for path in arguments.files]
+    for result in results:
+        block_report.print_blocks(result.get("block_jobs", []), BLOCK_CLOCKS[arguments.time])
+
     head = ("job (time of one)", "way", "time", "limit", "ratio", "aim", "", "noise", "peers, as ratios to the limit")
     table = [head]
-    for name, job in read_jobs(arguments.files, arguments.time).items():
+    for name, job in read_jobs(results, arguments.time).items():
         table.extend(rows_of(name, job))
+    if len(table) == 1:
+        return
     widths = [max(len(row[column]) for row in table) for column in range(len(head))]
     for row in table:
         print("  ".join(cell.ljust(width) for cell, width in zip(row, widths)).rstrip())
