@@ -2,6 +2,7 @@
 #include "qor/core/codec/fse_encode.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace qor::impl::fse {
 namespace {
@@ -52,6 +53,7 @@ Distribution distributionOf(Counts counts, int accuracy) {
     distribution.symbols = static_cast<int>(counts.size());
     std::uint64_t total = 0;
     for (const std::uint32_t count : counts) total += count;
+    assert(total > 0);
 
     // The nearest whole share of rows, but one at least for a symbol that occurs.
     int left = distribution.rows();
@@ -68,7 +70,8 @@ Distribution distributionOf(Counts counts, int accuracy) {
         std::size_t chosen = counts.size();
         for (std::size_t i = 0; i < counts.size(); ++i) {
             const auto halves = [&](std::size_t of) {
-                return static_cast<std::uint64_t>(2 * distribution.shares[of] + (left > 0 ? 1 : -1));
+                const auto share = static_cast<std::uint64_t>(distribution.shares[of]);
+                return left > 0 ? 2 * share + 1 : 2 * share - 1;
             };
             if (counts[i] == 0 || (left < 0 && distribution.shares[i] == 1)) continue;
             if (chosen == counts.size()) {

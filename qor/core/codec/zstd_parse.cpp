@@ -12,7 +12,7 @@ namespace {
 constexpr int kMostEntryBits = 18;
 
 // In large content a match of 4 bytes at a distance is seldom worth its offset, and places found by 5 bytes are better.
-constexpr std::size_t kLargeContent = 128 * 1024;
+constexpr std::size_t kLargeContent = std::size_t{128} * 1024;
 
 // Where nothing is found, a step grows by 1 for each 2^8 bytes since the last match. From 32 on it is taken for noise,
 // and places that are stepped over do not drive out others from the table: if the noise comes again it is long, and

@@ -14,7 +14,7 @@ inline constexpr std::size_t kChecksumSize = 4;
 
 // Blocks (3.1.1.2).
 inline constexpr std::size_t kBlockHeaderSize = 3;
-inline constexpr std::size_t kLargestBlock = 128 * 1024;
+inline constexpr std::size_t kLargestBlock = std::size_t{128} * 1024;
 
 enum class BlockType : std::uint8_t { Raw = 0, Run = 1, Compressed = 2, Reserved = 3 };
 
