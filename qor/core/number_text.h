@@ -39,28 +39,39 @@ char* formatNumber(char* to, T value, int base = 10) {
     }
 }
 
+/// Reads the number that the characters from `from` on begin with, and gives the place behind it. Null, with `out`
+/// unchanged, if they begin with none, or with one that T cannot hold.
+template <typename T>
+const char* parseNumberAt(const char* from, const char* end, T& out, int base = 10) {
+    static_assert(std::is_arithmetic_v<T> && sizeof(T) <= 8);
+    if constexpr (std::same_as<T, bool>) {
+        const std::string_view text(from, static_cast<std::size_t>(end - from));
+        if (!text.starts_with("true") && !text.starts_with("false")) return nullptr;
+        out = text.front() == 't';
+        return from + (out ? 4 : 5);
+    } else {
+        T value;
+        std::from_chars_result result;
+        if constexpr (std::floating_point<T>) {
+            result = std::from_chars(from, end, value);
+        } else {
+            result = std::from_chars(from, end, value, base);
+        }
+        if (result.ec != std::errc()) return nullptr;
+        out = value;
+        return result.ptr;
+    }
+}
+
 /// Reads the whole of `text` as one number. False, with `out` unchanged, if the text is empty, holds anything that is
 /// not part of the number (a space, a '+', a base prefix), or names a number that T cannot hold.
 template <typename T>
 bool parseNumber(std::string_view text, T& out, int base = 10) {
-    static_assert(std::is_arithmetic_v<T> && sizeof(T) <= 8);
-    if constexpr (std::same_as<T, bool>) {
-        if (text != "true" && text != "false") return false;
-        out = text == "true";
-        return true;
-    } else {
-        const char* const end = text.data() + text.size();
-        T value;
-        std::from_chars_result result;
-        if constexpr (std::floating_point<T>) {
-            result = std::from_chars(text.data(), end, value);
-        } else {
-            result = std::from_chars(text.data(), end, value, base);
-        }
-        if (result.ec != std::errc() || result.ptr != end) return false;
-        out = value;
-        return true;
-    }
+    const char* const end = text.data() + text.size();
+    T value{};
+    if (parseNumberAt(text.data(), end, value, base) != end || text.empty()) return false;
+    out = value;
+    return true;
 }
 
 }  // namespace qor

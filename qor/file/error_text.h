@@ -40,6 +40,22 @@ inline constinit StaticText kPayloadFailed("Failed to read compressed buffer.");
 inline constexpr const char* kDecompressFailed =
     "Failed to decompress data (compressed size: %llu, decompressed size: %llu).";
 
+// Typed arrays; why a BufRef is none stands with BufRef.
+inline constexpr const char* kArrayBlockFailed = "Decompression failed attempting to read %s[%llu] using stride %llu.";
+inline constexpr const char* kInvalidElemSize = "Invalid typeElemSize: %d";
+inline constexpr const char* kInvalidElemType = "Invalid typeElemType: %s";
+
+// Records of geometry and colour, which are read from binary files alone.
+inline constinit StaticText kNoVec2("read(Vec2&) not supported in text mode.");
+inline constinit StaticText kNoVec3("read(Vec3&) not supported in text mode.");
+inline constinit StaticText kNoVec4("read(Vec4&) not supported in text mode.");
+inline constinit StaticText kNoPos2("read(Pos2&) not supported in text mode.");
+inline constinit StaticText kNoPos3("read(Pos3&) not supported in text mode.");
+inline constinit StaticText kNoQuat("read(Quat&) not supported in text mode.");
+inline constinit StaticText kNoRgba("read(Rgba&) not supported in text mode.");
+inline constinit StaticText kNoMat3("read(Mat3&) not supported in text mode.");
+inline constinit StaticText kNoMat4("read(Mat4&) not supported in text mode.");
+
 // Where the system gives no memory for what an operation has to hold.
 inline constinit StaticText kOutOfMemory("Out of memory.");
 

@@ -16,6 +16,7 @@
 #include "qor/core/number_text.h"
 #include "qor/core/path.h"
 #include "qor/core/wrapping.h"
+#include "qor/data/elem_text.h"
 #include "qor/file/block_header.h"
 #include "qor/file/error_text.h"
 
@@ -33,7 +34,7 @@ std::uint64_t File::seek(std::int64_t offset) { return self().seek(offset, fs::k
 std::uint64_t File::skip(std::int64_t n) { return self().seek(n, fs::kFromCurrent); }
 unsigned char File::peek() { return self().peek(); }
 
-bool File::write(std::string_view text) { return self().writeText(text.substr(0, text.find('\0'))); }
+bool File::write(std::string_view text) { return writeText(text.substr(0, text.find('\0'))); }
 
 bool File::print(const char* fmt, ...) {
     std::va_list args;
@@ -109,6 +110,21 @@ bool put(std::string& out, const String& text) { return replace(out, text.view()
 bool put(StringIO& out, std::string_view text) { return out.append(text); }
 bool put(StringIO& out, const String& text) { return out.isEmpty() ? replace(out, text) : out.append(text.view()); }
 
+bool replace(std::vector<unsigned char>& out, const ds::Vector<unsigned char>& bytes) try {
+    out.assign(bytes.begin(), bytes.end());
+    return true;
+} catch (const std::bad_alloc&) {
+    out.clear();
+    return false;
+}
+
+bool add(std::string& out, std::string_view text) try {
+    out += text;
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
+}
+
 bool addPiece(std::vector<String>& pieces, std::string_view text) try {
     String piece;
     if (!piece.assign(text)) return false;
@@ -160,7 +176,10 @@ bool File::open(String path, Mode newMode, Format newFormat) {
     const bool writes = mode == Mode::Write || mode == Mode::ReadWrite;
     stream = fs::Fopen(path, writes ? kWriteBytes : kReadBytes);
     if (!stream) return false;
-    if (mode == Mode::Write) return true;
+    if (mode == Mode::Write) {
+        stageEnd = kStagingSize;
+        return true;
+    }
 
     length = seek(0, fs::kFromEnd);
     if (mode == Mode::ReadWrite || seek(0, fs::kFromStart) == 0) return true;
@@ -195,6 +214,7 @@ void File::reset() {
     buffer.wipe();
     stream = nullptr;
     length = filePos = chunkStart = chunkEnd = bufPos = position = 0;
+    stageEnd = readEnd = 0;
 }
 
 // What flush, close and every seek begin with: staged bytes go to the stream, a loaded chunk is dropped.
@@ -204,7 +224,8 @@ bool File::flushStep() {
         // read goes on at the chunk's end. In Mode::ReadWrite what was staged is lost. Kept by
         // Flush.WhileReadingGoesOnAtTheEndOfTheChunk and ThirdMode.FlushDropsWhatIsStaged.
         buffer.clear(bufPos);
-        bufPos = chunkStart = chunkEnd = 0;
+        settle();
+        chunkStart = chunkEnd = 0;
         return true;
     }
     bool done = true;
@@ -212,7 +233,8 @@ bool File::flushStep() {
         done = fs::Fwrite(buffer.at(0), 1, bufPos, stream) == bufPos;
         if (!done) fail(kStagingWriteFailed);
         buffer.clear(bufPos);
-        bufPos = chunkStart = chunkEnd = 0;
+        settle();
+        chunkStart = chunkEnd = 0;
     }
     done = fs::Fflush(stream) == 0 && done;
     if (!done) fail(error + kFlushFailed);
@@ -272,7 +294,7 @@ bool File::writeInternal(const void* data, std::uint64_t n) {
         return true;
     }
     if (n > 0) std::memcpy(buffer.at(bufPos), data, n);
-    advance(n);
+    bufPos += n;
     buffer.keep(bufPos);
     return true;
 }
@@ -282,7 +304,7 @@ bool File::spill() {
     const std::uint64_t written = fs::Fwrite(buffer.at(0), 1, bufPos, stream);
     if (written != bufPos) return fail(figures(kWriteFailed, bufPos, written));
     buffer.clear(bufPos);
-    bufPos = 0;
+    settle();
     return true;
 }
 
@@ -307,14 +329,14 @@ bool File::readPieces(std::uint64_t n, Take take) {
         if (endsBefore(n)) return fail(kBeyondFileSize);
         const std::uint64_t size = std::min(n, unread());
         if (size > 0 && !take(buffer.view(bufPos, size), size)) return fail(kOutOfMemory);
-        position += size;
+        bufPos += size;
         n -= size;
         if (n == 0) {
-            bufPos += size;
+            if (mode == Mode::Read && bufPos > 0) readEnd = chunkEnd - chunkStart;
             return true;
         }
         buffer.clear();
-        bufPos = 0;
+        settle();
     }
 }
 
@@ -366,7 +388,7 @@ unsigned char File::peek() {
         fail(kPeekOnlyReading);
         return 0;
     }
-    const std::uint64_t here = position;
+    const std::uint64_t here = pos();
     unsigned char byte = 0;
     if (okToRead() && !readInternal(&byte, 1)) byte = 0;
     seek(static_cast<std::int64_t>(here), fs::kFromStart);
@@ -381,7 +403,7 @@ bool File::write(T value) {
     if constexpr (!std::same_as<T, char>) {
         if (format == Format::Text && hasRoom(kMaxDecimalText)) {
             char* const to = reinterpret_cast<char*>(buffer.at(bufPos));
-            advance(static_cast<std::uint64_t>(formatNumber(to, value) - to));
+            bufPos += static_cast<std::uint64_t>(formatNumber(to, value) - to);
             return true;
         }
     }
@@ -447,12 +469,6 @@ bool File::write(const char* text) { return writeText(text ? std::string_view(te
 
 // `text` holds no zero byte. The result is that of the characters alone, whatever became of their count.
 bool File::writeText(std::string_view text) {
-    if (writesBinary() && text.size() < kStagingSize && hasRoom(sizeof(unsigned long) + text.size())) {
-        stage<unsigned long>(text.size());
-        text.copy(reinterpret_cast<char*>(buffer.at(bufPos)), text.size());
-        advance(text.size());
-        return true;
-    }
     if (!okToWrite()) return false;
     if (writesBinary()) write<unsigned long>(text.size());
     return text.empty() || writeInternal(text.data(), text.size());
@@ -475,7 +491,7 @@ String File::read() {
     // much is read as the buffer holds; that is too little, and fails as any read does that came up short.
     String text;
     char* const block = text.makeRoom(length);
-    const std::uint64_t here = position;
+    const std::uint64_t here = pos();
     seek(0, fs::kFromStart);
     const std::uint64_t loaded = block ? fs::Fread(block, 1, length, stream)
                                        : fs::Fread(buffer.at(0), 1, std::min(length, kStagingSize), stream);
@@ -509,7 +525,7 @@ bool File::readInto(Text& out) {
     if (count == 0) return replace(out, String());
     if (hasUnread(count)) {
         if (!put(out, upToZero(buffer.at(bufPos), count))) return fail(kOutOfMemory);
-        advance(count);
+        bufPos += count;
         return true;
     }
     String text;
@@ -554,14 +570,44 @@ bool File::read(ds::Vector<unsigned char>& bytes, Compression compression) {
     if (!okToRead()) return false;
     if (compression == Compression::None) return readRaw(bytes);
     bytes.clear();
+    return readBlock([&bytes](ds::Vector<unsigned char>& content) {
+        bytes = std::move(content);
+        return true;
+    });
+}
+
+bool File::read(std::vector<unsigned char>& bytes, Compression compression) {
+    if (!okToRead()) return false;
+    if (compression == Compression::None && !bytes.empty()) return readInternal(bytes.data(), bytes.size());
+    ds::Vector<unsigned char> content;
+    const bool done = read(content, compression);
+    return replace(bytes, content) ? done : fail(kOutOfMemory);
+}
+
+bool File::read(std::span<unsigned char> bytes, Compression compression) {
+    if (!okToRead()) return false;
+    if (compression == Compression::None) return bytes.empty() || readInternal(bytes.data(), bytes.size());
+    return readBlock([bytes](const ds::Vector<unsigned char>& content) {
+        if (content.size() != bytes.size()) return false;
+        std::copy(content.begin(), content.end(), bytes.begin());
+        return true;
+    });
+}
+
+// Reads a block and hands what it holds to `take(content)`, which may refuse it.
+template <typename Take>
+bool File::readBlock(Take take) {
     unsigned long size = 0;
     unsigned long payloadSize = 0;
     if (!readBlockHeader(size, payloadSize)) return fail(kBlockHeaderFailed);
-    if (payloadSize == 0) return true;
-    ds::Vector<unsigned char> payload;
-    if (!readPayload(payload, payloadSize)) return fail(kPayloadFailed);
-    bytes = decompress(payload, readsText(), size);
-    return !bytes.isEmpty() || fail(figures(kDecompressFailed, payloadSize, size));
+    ds::Vector<unsigned char> content;
+    if (payloadSize > 0) {
+        ds::Vector<unsigned char> payload;
+        if (!readPayload(payload, payloadSize)) return fail(kPayloadFailed);
+        content = decompress(payload, readsText(), size);
+    }
+    const bool isWhole = payloadSize == 0 || !content.isEmpty();
+    return (isWhole && take(content)) || fail(figures(kDecompressFailed, payloadSize, size));
 }
 
 // Of what stands in a header all is read by the same steps, so that the first wrong byte is the last one consumed.
@@ -607,11 +653,369 @@ bool File::readRaw(ds::Vector<unsigned char>& bytes) {
     if (whole && !bytes.resizeForOverwrite(length)) {
         return readPieces(length, [](const unsigned char*, std::uint64_t) { return false; });
     }
-    const std::uint64_t here = position;
+    const std::uint64_t here = pos();
     if (readInternal(bytes.data(), bytes.size())) return true;
-    if (whole) std::fill(bytes.begin() + (position - here), bytes.end(), static_cast<unsigned char>(0));
+    if (whole) std::fill(bytes.begin() + (pos() - here), bytes.end(), static_cast<unsigned char>(0));
     return false;
 }
+
+// ---- Typed arrays ---------------------------------------------------------------------------------------------------
+//
+// What is described here and in the header scalar by scalar is done in runs, as long as the buffer has room or the
+// chunk has bytes; where either ends, one scalar goes the common way. The calls on the stream are the same.
+
+bool File::write(const BufRef& ref, bool compress) {
+    if (!okToWrite()) return false;
+    if (StaticText* const reason = whyInvalid(ref)) return fail(*reason);
+    const Items items(ref);
+    if (!items.fits()) return fail(figures(kWriteFailed, 0, 0));
+    const std::uint64_t elemSize = typeElemSize(ref.type);
+    if (elemSize == 1) return writeBytes(items, compress ? Compression::Lz4 : Compression::None);
+    if (writesBinary()) {
+        switch (elemSize) {
+            case 2:
+                return writeScalars<std::uint16_t>(items);
+            case 4:
+                return writeScalars<std::uint32_t>(items);
+            default:
+                return writeScalars<std::uint64_t>(items);
+        }
+    }
+    return writeTexts(items, dataElemType(ref.type));
+}
+
+bool File::writeBytes(const Items& items, Compression compression) {
+    if (items.isPacked()) return write(items.at(0), items.size(), compression);
+    ds::Vector<unsigned char> packed;
+    if (!packed.resizeForOverwrite(items.size())) return fail(kOutOfMemory);
+    for (std::uint64_t k = 0; k < items.count; ++k) {
+        std::memcpy(packed.data() + k * items.itemSize, items.at(k), items.itemSize);
+    }
+    return write(packed.data(), packed.size(), compression);
+}
+
+template <typename Bits>
+bool File::writeScalars(const Items& items) {
+    check();
+    const bool areBytes = isLittleEndian && items.isPacked();
+    bool written = true;
+    const std::uint64_t end = items.size() / sizeof(Bits);
+    for (std::uint64_t next = 0; next < end;) {
+        const std::uint64_t n = std::min((kStagingSize - bufPos) / sizeof(Bits), end - next);
+        const bool isSpilledNext = n * sizeof(Bits) == kStagingSize && n < end - next;
+        if (n == 0 || (isSpilledNext && areBytes)) {
+            // A scalar for which no room can be made is lost.
+            const bool spilled = n == 0 ? spill() : passThrough(items.at(0) + next * sizeof(Bits));
+            next += n + !spilled;
+            written = written && spilled;
+            continue;
+        }
+        unsigned char* to = buffer.at(bufPos);
+        eachRun<Bits>(items, next, n, [&to](const unsigned char* scalars, auto run) {
+            copyScalars<Bits>(to, scalars, run);
+            to += run * sizeof(Bits);
+        });
+        bufPos += n * sizeof(Bits);
+        next += n;
+    }
+    return written;
+}
+
+// Stages as many bytes as the empty buffer holds, and spills them, right from where they lie.
+bool File::passThrough(const unsigned char* bytes) {
+    const std::uint64_t written = fs::Fwrite(bytes, 1, kStagingSize, stream);
+    if (written == kStagingSize) {
+        position += kStagingSize;
+        return true;
+    }
+    std::memcpy(buffer.at(0), bytes, kStagingSize);
+    bufPos = kStagingSize;
+    return fail(figures(kWriteFailed, kStagingSize, written));
+}
+
+// Writes the scalars as numbers with a space between any two. A Ptr has no number, so of those the spaces are written.
+bool File::writeTexts(const Items& items, DataType elemType) {
+    if (elemType != DataType::Ptr) {
+        return withElemType(elemType, [&](auto zero) { return writeNumbers<decltype(zero)>(items); });
+    }
+    const String reason = String::format(kInvalidElemType, dataTypeName(elemType));
+    for (std::uint64_t left = items.count; left > 0; --left) {
+        fail(reason);
+        if (left > 1) static_cast<void>(writeInternal(" ", 1));
+    }
+    return false;
+}
+
+template <typename T>
+bool File::writeNumbers(const Items& items) {
+    bool written = true;
+    std::uint64_t left = items.size() / sizeof(T);
+    eachRun<Bits<T>>(items, 0, left, [&](const unsigned char* scalars, std::uint64_t run) {
+        for (; run > 0; --run, --left, scalars += sizeof(T)) {
+            if (hasRoom(kMaxDecimalText + 1)) {
+                char* const to = reinterpret_cast<char*>(buffer.at(bufPos));
+                char* end = formatElem<T>(to, scalars);
+                if (left > 1) *end++ = ' ';
+                bufPos += static_cast<std::uint64_t>(end - to);
+                continue;
+            }
+            char text[kMaxDecimalText];
+            const auto size = static_cast<std::uint64_t>(formatElem<T>(text, scalars) - text);
+            written = writeInternal(text, size) && written;
+            if (left > 1) written = writeInternal(" ", 1) && written;
+        }
+    });
+    return written;
+}
+
+bool File::read(const BufRef& ref) {
+    if (!okToRead()) return false;
+    if (StaticText* const reason = whyInvalid(ref)) return fail(*reason);
+    const Items items(ref);
+    const std::uint64_t elemSize = typeElemSize(ref.type);
+    if (elemSize == 1) {
+        if (peek() == kBlockMark) return readItems(ref, items);
+        if (items.isPacked()) return items.fits() ? readInternal(items.at(0), items.size()) : readMoreThanFits();
+    }
+    if (readsBinary()) {
+        if (elemSize == 1) return fail(String::format(kInvalidElemSize, 1));
+        if (!items.fits()) return readMoreThanFits();
+        switch (elemSize) {
+            case 2:
+                return readScalars<std::uint16_t>(items);
+            case 4:
+                return readScalars<std::uint32_t>(items);
+            default:
+                return readScalars<std::uint64_t>(items);
+        }
+    }
+    return readTexts(ref);
+}
+
+// An array whose bytes cannot be counted: fails as the reading of all bits set does, and delivers nothing.
+bool File::readMoreThanFits() {
+    return readPieces(~std::uint64_t{0}, [](const unsigned char*, std::uint64_t) { return false; });
+}
+
+bool File::readItems(const BufRef& ref, const Items& items) {
+    ds::Vector<unsigned char> bytes;
+    if (!read(bytes, Compression::Lz4)) {
+        return fail(String::format(kArrayBlockFailed, dataTypeName(ref.type),
+                                   static_cast<unsigned long long>(ref.count),
+                                   static_cast<unsigned long long>(items.stride)));
+    }
+    const std::uint64_t stored = bytes.size() / ref.count;
+    const std::uint64_t taken = std::min(stored, items.itemSize);
+    if (taken == 0) return true;
+    // Deliberate: the items are restored without gaps. Kept by TypedArray.OfCompressedBytesIsRestoredPacked.
+    for (std::uint64_t k = 0; k < ref.count; ++k) {
+        std::memcpy(items.at(0) + k * items.itemSize, bytes.data() + k * stored, taken);
+    }
+    return true;
+}
+
+template <typename Bits>
+bool File::readScalars(const Items& items) {
+    bool done = true;
+    const std::uint64_t end = items.size() / sizeof(Bits);
+    for (std::uint64_t next = 0; next < end;) {
+        const std::uint64_t loaded = bufPos > 0 ? unread() / sizeof(Bits) : 0;
+        const std::uint64_t n = std::min(loaded, end - next);
+        if (n > 0) {
+            const unsigned char* from = buffer.at(bufPos);
+            eachRun<Bits>(items, next, n, [&from](unsigned char* scalars, auto run) {
+                copyScalars<Bits>(scalars, from, run);
+                from += run * sizeof(Bits);
+            });
+            bufPos += n * sizeof(Bits);
+            next += n;
+            continue;
+        }
+        unsigned char scalar[sizeof(Bits)];
+        if (readInternal(scalar, sizeof(Bits))) {
+            eachRun<Bits>(items, next, 1, [&](unsigned char* to, auto) { copyScalars<Bits>(to, scalar, 1); });
+        } else {
+            done = false;
+            if (isAtTheEnd(sizeof(Bits))) return false;
+        }
+        ++next;
+    }
+    return done;
+}
+
+// Whether reads of `n` bytes will go on being refused as the latest was, without a call on the stream.
+bool File::isAtTheEnd(std::uint64_t n) const { return bufPos > 0 && endsBefore(n); }
+
+// Reads a number for each item, into its first scalar.
+bool File::readTexts(const BufRef& ref) {
+    // Deliberate: neither offset nor stride counts here. Kept by TypedArray.FromATextFileKnowsNeitherOffsetNorStride.
+    unsigned char* const first = static_cast<unsigned char*>(ref.ptr);
+    const std::uint64_t itemSize = typeSize(ref.type);
+    const DataType elemType = dataElemType(ref.type);
+    if (elemType == DataType::Ptr) {
+        readTokens(
+            ref.count, [](std::uint64_t) { return std::uint64_t{0}; },
+            [](std::uint64_t, std::string_view) { return false; });
+        return fail(String::format(kInvalidElemType, dataTypeName(elemType)));
+    }
+    return withElemType(elemType, [&](auto zero) {
+        using T = decltype(zero);
+        return readTokens(
+            ref.count, [&](std::uint64_t i) { return takeNumbers<T>(first + i * itemSize, itemSize, ref.count - i); },
+            [&](std::uint64_t i, std::string_view token) { return parseElem<T>(token, first + i * itemSize); });
+    });
+}
+
+// Reads `count` tokens, each the characters up to a space or to a read that fails. `take(i)` takes as many as it can
+// where they lie, from token i on, and gives their number; the next one is then handed to `parse(i, token)`. False if
+// one of them cannot be parsed.
+template <typename Take, typename Parse>
+bool File::readTokens(std::uint64_t count, Take take, Parse parse) {
+    // At the end of a file that ends with nothing loaded, the stream is asked again for each token that is missing. It
+    // is not asked a million times.
+    constexpr std::uint64_t kOftenEnough = 1'000'000;
+    bool done = true;
+    std::uint64_t missing = 0;
+    std::string token;
+    for (std::uint64_t i = 0; i < count; ++i) {
+        i += take(i);
+        if (i == count) break;
+        bool isWhole = true;
+        const bool ended = readToken(token, isWhole);
+        done = isWhole && parse(i, std::string_view(token)) && done;
+        if (ended) continue;
+        const bool isLast = i + 1 == count;
+        if (isAtTheEnd(1) || (filePos >= length && ++missing == kOftenEnough)) return done && isLast;
+    }
+    return done;
+}
+
+// The characters up to a space, which is consumed, or up to a read that fails; false then. Where there is no memory for
+// all of them, they are consumed all the same.
+bool File::readToken(std::string& token, bool& isWhole) {
+    token.clear();
+    const auto keep = [&](std::string_view characters) {
+        if (!add(token, characters)) isWhole = fail(kOutOfMemory);
+    };
+    for (;;) {
+        if (mode == Mode::Read && bufPos > 0) {
+            const std::string_view loaded(reinterpret_cast<const char*>(buffer.at(bufPos)), unread());
+            const std::size_t size = std::min(loaded.find(' '), loaded.size());
+            const bool ended = size < loaded.size();
+            keep(loaded.substr(0, size));
+            bufPos += size + ended;
+            if (ended) return true;
+        }
+        char character = 0;
+        if (!read(character)) return false;
+        if (character == ' ') return true;
+        keep({&character, 1});
+    }
+}
+
+// Reads at most `count` numbers, each with the space behind it, while they lie in the loaded chunk. Gives how many.
+template <typename T>
+std::uint64_t File::takeNumbers(unsigned char* to, std::uint64_t itemSize, std::uint64_t count) {
+    if (mode != Mode::Read || bufPos == 0) return 0;
+    const char* const start = reinterpret_cast<const char*>(buffer.at(bufPos));
+    const char* const end = start + unread();
+    const char* at = start;
+    std::uint64_t taken = 0;
+    for (; taken < count; ++taken, to += itemSize) {
+        T value{};
+        const char* const behind = parseNumberAt(at, end, value);
+        if (!behind || behind == end || *behind != ' ') break;
+        std::memcpy(to, &value, sizeof(T));
+        at = behind + 1;
+    }
+    bufPos += static_cast<std::uint64_t>(at - start);
+    return taken;
+}
+
+// ---- Geometry and colours -------------------------------------------------------------------------------------------
+
+namespace {
+
+template <typename Value>
+StaticText& refusalOf();
+template <>
+StaticText& refusalOf<math::Vec2d>() {
+    return kNoVec2;
+}
+template <>
+StaticText& refusalOf<math::Vec3d>() {
+    return kNoVec3;
+}
+template <>
+StaticText& refusalOf<math::Vec4d>() {
+    return kNoVec4;
+}
+template <>
+StaticText& refusalOf<math::Pos2d>() {
+    return kNoPos2;
+}
+template <>
+StaticText& refusalOf<math::Pos3d>() {
+    return kNoPos3;
+}
+template <>
+StaticText& refusalOf<math::Quatd>() {
+    return kNoQuat;
+}
+template <>
+StaticText& refusalOf<math::Rgbad>() {
+    return kNoRgba;
+}
+template <>
+StaticText& refusalOf<math::Mat3d>() {
+    return kNoMat3;
+}
+template <>
+StaticText& refusalOf<math::Mat4d>() {
+    return kNoMat4;
+}
+
+}  // namespace
+
+template <typename Value>
+bool File::writeRecord(const Value& value) {
+    if (writesBinary()) {
+        return std::all_of(value.begin(), value.end(), [this](double component) { return write(component); });
+    }
+    char text[Value::size() * (kMaxDecimalText + 1)];
+    char* end = text;
+    for (const double component : value) {
+        if (end != text) *end++ = ' ';
+        end = formatNumber(end, component);
+    }
+    return okToWrite() && writeInternal(text, static_cast<std::uint64_t>(end - text));
+}
+
+template <typename Value>
+bool File::readRecord(Value& value) {
+    if (!readsBinary()) return fail(refusalOf<Value>());
+    if (!okToRead()) return false;
+    return std::all_of(value.begin(), value.end(), [this](double& component) { return read(component); });
+}
+
+template bool File::writeRecord(const math::Vec2d&);
+template bool File::writeRecord(const math::Vec3d&);
+template bool File::writeRecord(const math::Vec4d&);
+template bool File::writeRecord(const math::Pos2d&);
+template bool File::writeRecord(const math::Pos3d&);
+template bool File::writeRecord(const math::Quatd&);
+template bool File::writeRecord(const math::Rgbad&);
+template bool File::writeRecord(const math::Mat3d&);
+template bool File::writeRecord(const math::Mat4d&);
+template bool File::readRecord(math::Vec2d&);
+template bool File::readRecord(math::Vec3d&);
+template bool File::readRecord(math::Vec4d&);
+template bool File::readRecord(math::Pos2d&);
+template bool File::readRecord(math::Pos3d&);
+template bool File::readRecord(math::Quatd&);
+template bool File::readRecord(math::Rgbad&);
+template bool File::readRecord(math::Mat3d&);
+template bool File::readRecord(math::Mat4d&);
 
 }  // namespace impl
 }  // namespace qor

@@ -12,17 +12,22 @@
 #include <concepts>
 #include <cstdarg>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 #include "qor/core/compression.h"
 #include "qor/core/endian.h"
 #include "qor/core/fs.h"
+#include "qor/core/math.h"
 #include "qor/core/ref_counted.h"
 #include "qor/core/string.h"
 #include "qor/core/string_io.h"
 #include "qor/core/vector.h"
+#include "qor/data/buf_ref.h"
+#include "qor/data/buf_ref_of.h"
 #include "qor/file/staging_buffer.h"
 
 namespace qor {
@@ -235,6 +240,7 @@ class File : public RefersTo<RefCounted> {
     /// The header does not name the kind: `read` finds it out from the payload.
     bool write(const void* data, unsigned long size, Compression compression);
     bool write(const ds::Vector<unsigned char>& bytes, Compression compression);
+    bool write(std::span<const unsigned char> bytes, Compression compression);
 
     /// Reads one block, of any kind, if `compression` is any but None. False, with `bytes` empty, if none stands here,
     /// if the file ends within it, or if the payload is damaged in any way; what has been consumed stays consumed.
@@ -244,6 +250,11 @@ class File : public RefersTo<RefCounted> {
     /// With Compression::None, fills `bytes` as it is sized; an empty one is first given the length of the whole file,
     /// wherever in it the caller is, and keeps that size if the read fails.
     bool read(ds::Vector<unsigned char>& bytes, Compression compression);
+    bool read(std::vector<unsigned char>& bytes, Compression compression);
+
+    /// As above, into memory of just the right size: a block of another size is refused, as a damaged one is. Nothing
+    /// is read for no bytes without compression.
+    bool read(std::span<unsigned char> bytes, Compression compression);
 
     /// Takes apart the header of a block that lies in memory, at least 21 bytes of it, as it stands in a binary file
     /// written on a little-endian host; `payload` then points behind it. False if it is none; outputs from the first
@@ -256,6 +267,56 @@ class File : public RefersTo<RefCounted> {
     static bool decodeRawFileData(const ds::Vector<unsigned char>& data, Compression& compression,
                                   unsigned long& compressedSize, unsigned long& uncompressedSize,
                                   unsigned char*& payload);
+
+    // ---- Typed arrays -----------------------------------------------------------------------------------------------
+
+    /// Writes the values of an array, one after the other, and nothing else: who reads it has to know type and count.
+    ///
+    /// - Types made of single bytes (`Byte`, `Char`, `Bool`, `Rgba8`, ...), in any file: the bytes as they stand, or
+    /// with
+    ///   `compress` one block. Take care with what begins with the byte '.': without `compress` it cannot be read back.
+    /// - All others in a binary file: their scalars, low byte first. They are not compressed.
+    /// - All others in a text file: their scalars as numbers, one space between any two.
+    ///
+    /// False if the file is not open for writing or the BufRef describes no array, with nothing written; also if not
+    /// all could be written, where what follows a scalar that could not be written has been tried all the same.
+    bool write(const BufRef& ref, bool compress);
+    bool write(const ConstBufRef& ref, bool compress) { return write(ref.ref, compress); }
+
+    /// Fills an array with what `write` stored. False at the end of the file or where the stream fails: a scalar that
+    /// could not be read is unchanged, and those that follow it have been tried all the same. Three things to know:
+    ///
+    /// - Bytes that were compressed are restored without gaps, whatever stride is given.
+    /// - Bytes that were not compressed cannot be read with gaps ("Invalid typeElemSize: 1").
+    /// - A text file gives `count` numbers and no more, into the first scalar of each value, with neither `offset` nor
+    ///   `stride`. Aggregates go through text as their scalars: see `scalarsOf`.
+    bool read(const BufRef& ref);
+
+    // ---- Geometry and colours ---------------------------------------------------------------------------------------
+
+    /// Writes the components in storage order: in a binary file opened with Mode::Write as `double`s, 8 bytes each,
+    /// everywhere else as numbers with one space between them and nothing around.
+    bool write(math::Vec2d value);
+    bool write(math::Vec3d value);
+    bool write(math::Vec4d value);
+    bool write(math::Pos2d value);
+    bool write(math::Pos3d value);
+    bool write(math::Quatd value);
+    bool write(math::Rgbad value);
+    bool write(math::Mat3d value);
+    bool write(math::Mat4d value);
+
+    /// Reads the components, from binary files alone. Where the file ends within them, those before are new and the
+    /// others as they were.
+    bool read(math::Vec2d& value);
+    bool read(math::Vec3d& value);
+    bool read(math::Vec4d& value);
+    bool read(math::Pos2d& value);
+    bool read(math::Pos3d& value);
+    bool read(math::Quatd& value);
+    bool read(math::Rgbad& value);
+    bool read(math::Mat3d& value);
+    bool read(math::Mat4d& value);
 
     // ---- Streaming --------------------------------------------------------------------------------------------------
 
@@ -278,6 +339,17 @@ class File : public RefersTo<RefCounted> {
     template <typename Self = File, impl::ReadableFrom<Self> T>
     File& operator>>(T& value) {
         read(value);
+        return *this;
+    }
+
+    /// An array whose bytes are compressed if it is made of single ones.
+    File& operator<<(const BufRef& ref) {
+        write(ref, true);
+        return *this;
+    }
+    File& operator<<(const ConstBufRef& ref) { return *this << ref.ref; }
+    File& operator>>(const BufRef& ref) {
+        read(ref);
         return *this;
     }
 
@@ -316,10 +388,15 @@ class File : public RefersTo<RefCounted> {
  private:
     impl::File& self() const;
 
+    bool writeText(std::string_view text);
     template <typename T>
     bool writeScalar(T value);
     template <typename T>
     bool readScalar(T& value);
+    template <typename Value>
+    bool writeRecord(const Value& value);
+    template <typename Value>
+    bool readRecord(Value& value);
 };
 
 // A reader of the interface may stop here.
@@ -374,6 +451,17 @@ class File final : public RefCounted {
 
     bool write(const void* data, unsigned long size, Compression compression);
     bool read(ds::Vector<unsigned char>& bytes, Compression compression);
+    bool read(std::vector<unsigned char>& bytes, Compression compression);
+    bool read(std::span<unsigned char> bytes, Compression compression);
+
+    bool write(const BufRef& ref, bool compress);
+    bool read(const BufRef& ref);
+
+    /// Writes and reads a record of `double`s.
+    template <typename Value>
+    bool writeRecord(const Value& value);
+    template <typename Value>
+    bool readRecord(Value& value);
 
     // Which encoding the file asks for. Mode::ReadWrite is none of these, on purpose.
     bool writesText() const { return mode == Mode::Write && format == Format::Text; }
@@ -405,24 +493,57 @@ class File final : public RefCounted {
     bool readCharacters(std::uint64_t count, String& out);
 
     bool writeBlockHeader(unsigned long size, unsigned long payloadSize);
+    template <typename Take>
+    bool readBlock(Take take);
     bool readBlockHeader(unsigned long& size, unsigned long& payloadSize);
     bool readBlockLength(unsigned long& value);
     bool readMark(char mark);
     bool readPayload(ds::Vector<unsigned char>& payload, std::uint64_t size);
     bool readRaw(ds::Vector<unsigned char>& bytes);
 
+    bool writeBytes(const Items& items, Compression compression);
+    template <typename Bits>
+    bool writeScalars(const Items& items);
+    bool passThrough(const unsigned char* bytes);
+    bool writeTexts(const Items& items, DataType elemType);
+    template <typename T>
+    bool writeNumbers(const Items& items);
+    bool readItems(const BufRef& ref, const Items& items);
+    template <typename Bits>
+    bool readScalars(const Items& items);
+    bool readMoreThanFits();
+    bool isAtTheEnd(std::uint64_t n) const;
+    bool readTexts(const BufRef& ref);
+    template <typename Take, typename Parse>
+    bool readTokens(std::uint64_t count, Take take, Parse parse);
+    bool readToken(std::string& token, bool& isWhole);
+    template <typename T>
+    std::uint64_t takeNumbers(unsigned char* to, std::uint64_t itemSize, std::uint64_t count);
+
     // The common cases, in which a value needs the buffer alone: behind the staged bytes there is room for it, or all
     // of it lies in the loaded chunk.
-    bool hasRoom(std::uint64_t n) const { return mode == Mode::Write && stream && n <= kStagingSize - bufPos; }
-    bool hasUnread(std::uint64_t n) const {
-        return mode == Mode::Read && bufPos > 0 && n <= chunkEnd - chunkStart - bufPos;
+    bool hasRoom(std::uint64_t n) const { return n <= kStagingSize && bufPos + n <= stageEnd; }
+    bool hasUnread(std::uint64_t n) const { return n <= kStagingSize && bufPos + n <= readEnd; }
+
+    /// Stages the components of a record, or reads them, where all of them fit.
+    template <typename Value>
+    void stageRecord(const Value& value) {
+        unsigned char* const to = buffer.at(bufPos);
+        for (std::size_t i = 0; i < Value::size(); ++i) storeLittle(to + i * sizeof(value[i]), value[i]);
+        bufPos += sizeof(Value);
+    }
+    template <typename Value>
+    void takeRecord(Value& value) {
+        const unsigned char* const from = buffer.at(bufPos);
+        for (std::size_t i = 0; i < Value::size(); ++i) loadLittle(from + i * sizeof(value[i]), value[i]);
+        bufPos += sizeof(Value);
     }
 
     /// Stages the bytes of a scalar for which there is room.
     template <typename T>
     void stage(T value) {
         storeLittle(buffer.at(bufPos), value);
-        advance(sizeof(T));
+        bufPos += sizeof(T);
     }
 
     /// Reads a scalar if all of it lies in the loaded chunk.
@@ -430,13 +551,24 @@ class File final : public RefCounted {
     bool take(T& value) {
         if (!hasUnread(sizeof(T))) return false;
         loadLittle(buffer.at(bufPos), value);
-        advance(sizeof(T));
+        bufPos += sizeof(T);
         return true;
     }
 
-    void advance(std::uint64_t n) {
-        bufPos += n;
-        position += n;
+    /// Stages a text and, before it, its length, for which there is room.
+    void stageText(std::string_view text) {
+        stage<unsigned long>(text.size());
+        text.copy(reinterpret_cast<char*>(buffer.at(bufPos)), text.size());
+        bufPos += text.size();
+    }
+
+    /// Where the caller is.
+    std::uint64_t pos() const { return position + bufPos; }
+
+    /// What the buffer held is done with; `pos()` stays.
+    void settle() {
+        position += bufPos;
+        bufPos = readEnd = 0;
     }
 
     // Between two operations:
@@ -455,7 +587,15 @@ class File final : public RefCounted {
     std::uint64_t chunkStart = 0;
     std::uint64_t chunkEnd = 0;
     std::uint64_t bufPos = 0;
+
+    // Up to where a value may be staged, or read, without a question: the buffer's end while a file is open in
+    // Mode::Write; the chunk's end once a read has been served from it; otherwise nowhere.
+    std::uint64_t stageEnd = 0;
+    std::uint64_t readEnd = 0;
+
     StagingBuffer buffer;
+
+    // Where the caller was when bufPos was last 0, so that a value moves one counter and not two.
     std::uint64_t position = 0;
 };
 
@@ -464,8 +604,8 @@ class File final : public RefCounted {
 inline impl::File& File::self() const { return static_cast<impl::File&>(*get()); }
 
 inline std::uint64_t File::len() const { return self().length; }
-inline std::uint64_t File::pos() const { return self().position; }
-inline bool File::eof() const { return self().position >= self().length; }
+inline std::uint64_t File::pos() const { return self().pos(); }
+inline bool File::eof() const { return self().pos() >= self().length; }
 inline File::Format File::format() const { return self().format; }
 inline String File::error() const { return self().error; }
 inline bool File::ok() const { return self().error.isEmpty(); }
@@ -473,7 +613,7 @@ inline bool File::ok() const { return self().error.isEmpty(); }
 template <typename T>
 bool File::writeScalar(T value) {
     impl::File& file = self();
-    if (!file.hasRoom(sizeof(T)) || file.format != Format::Binary) return file.write(value);
+    if (file.format != Format::Binary || !file.hasRoom(sizeof(T))) return file.write(value);
     file.stage(value);
     return true;
 }
@@ -482,6 +622,22 @@ template <typename T>
 bool File::readScalar(T& value) {
     impl::File& file = self();
     return file.take(value) || file.read(value);
+}
+
+template <typename Value>
+bool File::writeRecord(const Value& value) {
+    impl::File& file = self();
+    if (!file.hasRoom(sizeof(Value)) || file.format != Format::Binary) return file.writeRecord(value);
+    file.stageRecord(value);
+    return true;
+}
+
+template <typename Value>
+bool File::readRecord(Value& value) {
+    impl::File& file = self();
+    if (!file.hasUnread(sizeof(Value)) || file.format != Format::Binary) return file.readRecord(value);
+    file.takeRecord(value);
+    return true;
 }
 
 inline bool File::write(char value) {
@@ -519,14 +675,45 @@ inline bool File::read(unsigned long long& value) { return readScalar(value); }
 inline bool File::read(float& value) { return readScalar(value); }
 inline bool File::read(double& value) { return readScalar(value); }
 
-inline bool File::write(const char* text) { return self().write(text); }
-inline bool File::write(const String& text) { return self().write(text.buf()); }
-inline bool File::write(const StringIO& text) { return self().write(text.buf()); }
+inline bool File::writeText(std::string_view text) {
+    impl::File& file = self();
+    if (file.format != Format::Binary || !file.hasRoom(sizeof(unsigned long) + text.size())) {
+        return file.writeText(text);
+    }
+    file.stageText(text);
+    return true;
+}
+inline bool File::write(const char* text) { return writeText(text ? text : ""); }
+inline bool File::write(const String& text) { return writeText(text.buf()); }
+inline bool File::write(const StringIO& text) { return writeText(text.buf()); }
 
 inline String File::read() { return self().read(); }
 inline bool File::read(String& out) { return self().read(out); }
 inline bool File::read(StringIO& out) { return self().read(out); }
 inline bool File::read(std::string& out) { return self().read(out); }
+
+inline bool File::write(math::Vec2d value) { return writeRecord(value); }
+inline bool File::write(math::Vec3d value) { return writeRecord(value); }
+inline bool File::write(math::Vec4d value) { return writeRecord(value); }
+inline bool File::write(math::Pos2d value) { return writeRecord(value); }
+inline bool File::write(math::Pos3d value) { return writeRecord(value); }
+inline bool File::write(math::Quatd value) { return writeRecord(value); }
+inline bool File::write(math::Rgbad value) { return writeRecord(value); }
+inline bool File::write(math::Mat3d value) { return writeRecord(value); }
+inline bool File::write(math::Mat4d value) { return writeRecord(value); }
+
+inline bool File::read(math::Vec2d& value) { return readRecord(value); }
+inline bool File::read(math::Vec3d& value) { return readRecord(value); }
+inline bool File::read(math::Vec4d& value) { return readRecord(value); }
+inline bool File::read(math::Pos2d& value) { return readRecord(value); }
+inline bool File::read(math::Pos3d& value) { return readRecord(value); }
+inline bool File::read(math::Quatd& value) { return readRecord(value); }
+inline bool File::read(math::Rgbad& value) { return readRecord(value); }
+inline bool File::read(math::Mat3d& value) { return readRecord(value); }
+inline bool File::read(math::Mat4d& value) { return readRecord(value); }
+
+inline bool File::write(const BufRef& ref, bool compress) { return self().write(ref, compress); }
+inline bool File::read(const BufRef& ref) { return self().read(ref); }
 
 inline bool File::write(const void* data, unsigned long size, Compression compression) {
     return self().write(data, size, compression);
@@ -534,7 +721,16 @@ inline bool File::write(const void* data, unsigned long size, Compression compre
 inline bool File::write(const ds::Vector<unsigned char>& bytes, Compression compression) {
     return self().write(bytes.data(), bytes.size(), compression);
 }
+inline bool File::write(std::span<const unsigned char> bytes, Compression compression) {
+    return self().write(bytes.data(), bytes.size(), compression);
+}
 inline bool File::read(ds::Vector<unsigned char>& bytes, Compression compression) {
+    return self().read(bytes, compression);
+}
+inline bool File::read(std::vector<unsigned char>& bytes, Compression compression) {
+    return self().read(bytes, compression);
+}
+inline bool File::read(std::span<unsigned char> bytes, Compression compression) {
     return self().read(bytes, compression);
 }
 

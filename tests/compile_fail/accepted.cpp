@@ -24,3 +24,18 @@ void print(qor::File& file) {
     file.printLn("%ld", 7L);
     file.print("text");
 }
+
+void arrays(qor::File& file) {
+    file << qor::bufRef(std::span(numbers)) << qor::bufRef(std::span(constNumbers));
+    file << qor::bufRef(std::span(points), &Point::x) << qor::bufRef(std::span(constPoints), &Point::x);
+    file << qor::bufRef(qor::scalarsOf(std::span(places)));
+    file.write(qor::bufRef(std::span(constNumbers)), false);
+    file.read(qor::bufRef(std::span(numbers)));
+    file >> qor::bufRef(std::span(numbers)) >> qor::bufRef(std::span(points), &Point::x);
+    qor::BufRef ref = qor::bufRef(qor::scalarsOf(std::span(places)));
+    file >> ref;
+    file << ref;
+    const qor::BufRef constant = ref;
+    file.read(constant);
+    file.write(constant, true);
+}

@@ -2,6 +2,9 @@
 #pragma once
 
 #include <atomic>
+#include <span>
+#include <string>
+#include <vector>
 
 #include "qor/file/qor_file.h"
 
@@ -11,6 +14,10 @@ using Format = qor::File::Format;
 struct Point {
     int x;
     int norm() const;
+    std::string name;
+};
+struct Other {
+    int z;
 };
 enum Switch : bool { kOff, kOn };
 
@@ -48,3 +55,14 @@ inline char32_t utf32 = U'x';
 inline long double extended = 1;
 inline Switch onOff = kOn;
 inline int number = 0;
+
+inline std::vector<int> numbers;
+inline const std::vector<int> constNumbers;
+inline std::vector<Point> points;
+inline const std::vector<Point> constPoints;
+inline std::vector<Other> others;
+inline std::vector<int*> pointers;
+inline std::vector<std::string> texts;
+inline std::vector<long double> longDoubles;
+inline std::vector<wchar_t> wideCharacters;
+inline std::vector<qor::math::Vec3f> places;

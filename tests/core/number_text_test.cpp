@@ -524,6 +524,68 @@ TEST(NumberParse, TakesMoreDigitsThanItCanKeepAndRoundsToTheNearest) {
     expectParsed("4.9e-324", 5e-324);
 }
 
+// ---- Numbers that more text follows ---------------------------------------------------------------------------------
+
+// What is behind the number that `text` begins with; "none" if it begins with none, and nothing is stored then.
+template <typename T>
+std::string restOf(std::string_view text, T expected, int base = 10) {
+    T value{};
+    const char* const end = text.data() + text.size();
+    const char* const behind = parseNumberAt(text.data(), end, value, base);
+    EXPECT_EQ(value, behind ? expected : T{}) << text;
+    return behind ? std::string(behind, end) : "none";
+}
+
+TEST(NumberParseAt, StopsBehindTheNumber) {
+    EXPECT_EQ(restOf("12 34", 12), " 34");
+    EXPECT_EQ(restOf("-7", -7), "");
+    EXPECT_EQ(restOf("5x"sv, 5ul), "x");
+    EXPECT_EQ(restOf("5\0006"sv, 5), std::string("\0006", 2));
+    EXPECT_EQ(restOf<signed char>("65;", 65), ";");
+    EXPECT_EQ(restOf<unsigned char>("255.", 255), ".");
+    EXPECT_EQ(restOf("ffg", 255, 16), "g");
+}
+
+TEST(NumberParseAt, TakesAllThatBelongsToTheNumber) {
+    EXPECT_EQ(restOf("1.5.5", 1.5), ".5");
+    EXPECT_EQ(restOf("1e5e5", 1e5), "e5");
+    EXPECT_EQ(restOf("1e ", 1.0), "e ");
+    EXPECT_EQ(restOf("1.", 1), ".");
+    EXPECT_EQ(restOf("0x1", 0), "x1");
+    EXPECT_EQ(restOf("-inf inity", -std::numeric_limits<float>::infinity()), " inity");
+    EXPECT_EQ(restOf("true ", true), " ");
+    EXPECT_EQ(restOf("truefalse", true), "false");
+    EXPECT_EQ(restOf("falsetrue", false), "true");
+}
+
+TEST(NumberParseAt, IsNullWhereNoNumberBegins) {
+    for (const std::string_view text : {"", " 1", "+1", "x", "-", "\0001"}) {
+        EXPECT_EQ(restOf(text, 0), "none");
+        EXPECT_EQ(restOf(text, 0.0), "none");
+        EXPECT_EQ(restOf(text, false), "none");
+    }
+    for (const std::string_view text : {"tru", "fals", "True", "1", "t"}) EXPECT_EQ(restOf(text, false), "none");
+    EXPECT_EQ(restOf("-1", 0u), "none");
+}
+
+TEST(NumberParseAt, IsNullWhereTheTypeCannotHoldTheNumber) {
+    EXPECT_EQ(restOf<signed char>("128 ", 0), "none");
+    EXPECT_EQ(restOf("2147483648 ", 0), "none");
+    EXPECT_EQ(restOf("18446744073709551616 ", 0ul), "none");
+    EXPECT_EQ(restOf("1e39 ", 0.0F), "none");
+}
+
+TEST(NumberParseAt, ReadsNoFurtherThanItsEnd) {
+    const std::string text = "1234true";
+    int number = 0;
+    EXPECT_EQ(parseNumberAt(text.data(), text.data() + 2, number), text.data() + 2);
+    EXPECT_EQ(number, 12);
+    bool truth = false;
+    EXPECT_EQ(parseNumberAt(text.data() + 4, text.data() + 7, truth), nullptr);
+    EXPECT_EQ(parseNumberAt(text.data() + 4, text.data() + 8, truth), text.data() + 8);
+    EXPECT_TRUE(truth);
+}
+
 // ---- The locale -----------------------------------------------------------------------------------------------------
 
 // A C locale in which 1.5 is printed as "1,5", made for the test, since a machine need not have one.

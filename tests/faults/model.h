@@ -5,10 +5,13 @@
 // outside: result, error text, counters, the calls on the stream and the bytes in the files.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <charconv>
+#include <concepts>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -16,6 +19,7 @@
 #include "faults/scripted_fs.h"
 #include "qor/core/compression.h"
 #include "qor/file/qor_file.h"
+#include "support/element_types.h"
 
 namespace qor::test {
 
@@ -295,6 +299,176 @@ class Model {
         return !bytes.empty();
     }
 
+    // ---- Typed arrays -----------------------------------------------------------------------------------------------
+
+    bool write(const BufRef& ref, bool compressed) {
+        // 1. Admission.
+        if (!okToWrite()) return false;
+        // 2 to 6. What the reference describes.
+        if (!describesAnArray(ref)) return false;
+        const ElementType& type = typeOf(ref);
+        if (!canBeCounted(ref)) {
+            error_ = moved("Fwrite", 0, 0);
+            return false;
+        }
+        // 7, 9. Where the items are.
+        const Address first = addressOf(ref) + ref.offset;
+        const std::uint64_t stride = ref.stride == 0 ? type.size : ref.stride;
+        // 8. Single bytes: one block of them.
+        if (type.elemSize == 1) {
+            std::string packed;
+            for (std::uint64_t k = 0; k < ref.count; ++k) packed += load(first + k * stride, type.size);
+            return write(packed.data(), packed.size(), static_cast<Compression>(compressed ? 1 : 0));
+        }
+        // 10. Scalar by scalar, the lowest byte first. Nothing stops the loops.
+        bool result = true;
+        if (mode_ == Mode::Write && format_ == Format::Binary) {
+            for (std::uint64_t k = 0; k < ref.count; ++k) {
+                for (std::uint64_t j = 0; j < type.elemCount; ++j) {
+                    const std::string bytes = load(first + k * stride + j * type.elemSize, type.elemSize);
+                    const bool written = okToWrite() && writeInternal(inFileOrder(bytes));
+                    result = result && written;
+                }
+            }
+            return result;
+        }
+        // 11. Scalar by scalar as text, a space after each but the last. Nothing stops the loops here either.
+        for (std::uint64_t k = 0; k < ref.count; ++k) {
+            for (std::uint64_t j = 0; j < type.elemCount; ++j) {
+                const std::string bytes = load(first + k * stride + j * type.elemSize, type.elemSize);
+                if (const auto text = textOf(type.elemType, bytes)) {
+                    const bool written = write(text->c_str());
+                    result = result && written;
+                } else {
+                    error_ = std::string("Invalid typeElemType: ") + type.elemType;
+                    result = false;
+                }
+                if (k + 1 == ref.count && j + 1 == type.elemCount) continue;
+                const bool parted = okToWrite() && writeInternal(" ");
+                result = result && parted;
+            }
+        }
+        return result;
+    }
+
+    bool read(const BufRef& ref) {
+        // 1. Admission.
+        if (!okToRead()) return false;
+        // 2. What the reference describes.
+        if (!describesAnArray(ref)) return false;
+        const ElementType& type = typeOf(ref);
+        // 3. Where the items are.
+        const Address first = addressOf(ref) + ref.offset;
+        const std::uint64_t stride = ref.stride == 0 ? type.size : ref.stride;
+        // 4. Single bytes.
+        if (type.elemSize == 1) {
+            // 4.1. Is it a block?
+            bool isBlock = false;
+            if (mode_ != Mode::Read) {
+                error_ = "File::peek() only supported in read mode.";
+            } else {
+                const std::uint64_t p = position;
+                std::string byte;
+                isBlock = readInternal(byte, 1) && byte == ".";
+                seek(static_cast<std::int64_t>(p), kFromStart);
+            }
+            // 4.2. Its bytes, packed, to each item its share.
+            if (isBlock) {
+                std::string bytes;
+                if (!readBlock(bytes, static_cast<Compression>(1))) {
+                    error_ = std::string("Decompression failed attempting to read ") + type.name + '[' +
+                             std::to_string(ref.count) + "] using stride " + std::to_string(stride) + '.';
+                    return false;
+                }
+                const std::uint64_t share = bytes.size() / ref.count;
+                if (share == 0) return true;
+                for (std::uint64_t k = 0; k < ref.count; ++k) {
+                    store(first + k * type.size, bytes.substr(k * share, std::min(share, type.size)));
+                }
+                return true;
+            }
+            // 4.4. As they stand, if there are no gaps.
+            if (stride == type.size) return readBytes(first, ref);
+        }
+        // 5. Scalar by scalar, the lowest byte first. Nothing stops the loops.
+        bool result = true;
+        if (mode_ == Mode::Read && format_ == Format::Binary) {
+            if (type.elemSize > 1 && !canBeCounted(ref)) return readBytes(first, ref);
+            for (std::uint64_t k = 0; k < ref.count; ++k) {
+                for (std::uint64_t j = 0; j < type.elemCount; ++j) {
+                    if (type.elemSize == 1) {
+                        error_ = "Invalid typeElemSize: 1";
+                        result = false;
+                        continue;
+                    }
+                    std::string bytes;
+                    const bool done = okToRead() && readInternal(bytes, type.elemSize);
+                    if (done) store(first + k * stride + j * type.elemSize, inFileOrder(bytes));
+                    result = result && done;
+                }
+            }
+            return result;
+        }
+        // 6.1. All tokens first. A space ends one, and so does a read that fails.
+        std::vector<std::string> tokens;
+        std::string token;
+        while (tokens.size() < ref.count) {
+            std::string character;
+            const bool done = okToRead() && readInternal(character, 1);
+            if (done && character != " ") {
+                token += character;
+            } else {
+                tokens.push_back(token);
+                token = "";
+            }
+        }
+        // 6.2. (As many are held as were counted.)
+        // 6.3. Then each into the first scalar of its item, packed from where the memory begins.
+        for (std::uint64_t i = 0; i < ref.count; ++i) {
+            bool known = true;
+            const auto bytes = bytesOf(type.elemType, tokens[i], known);
+            if (!known) error_ = std::string("Invalid typeElemType: ") + type.elemType;
+            if (bytes) store(addressOf(ref) + i * type.size, *bytes);
+            result = result && bytes.has_value();
+        }
+        // 6.4. The result.
+        return result;
+    }
+
+    // ---- Records ----------------------------------------------------------------------------------------------------
+
+    template <typename Value>
+    requires(std::same_as<typename Value::value_type, double>) bool write(const Value& value) {
+        // 1. As numbers, until one fails.
+        if (mode_ == Mode::Write && format_ == Format::Binary) {
+            for (const double component : value) {
+                if (!write(component)) return false;
+            }
+            return true;
+        }
+        // 2. As text, with a space between two.
+        std::string text;
+        for (const double component : value) text += (text.empty() ? "" : " ") + printed(component);
+        // 3, 4.
+        return okToWrite() && writeInternal(text);
+    }
+
+    template <typename Value>
+    requires(std::same_as<typename Value::value_type, double>) bool read(Value& value) {
+        // 1. From binary files alone, and this is asked first.
+        if (mode_ != Mode::Read || format_ != Format::Binary) {
+            error_ = std::string("read(") + nameOf(value) + "&) not supported in text mode.";
+            return false;
+        }
+        // 2. Admission.
+        if (!okToRead()) return false;
+        // 3, 4, 5. Until one fails.
+        for (double& component : value) {
+            if (!read(component)) return false;
+        }
+        return true;
+    }
+
  private:
     static constexpr std::uint64_t kStagingSize = 0x100000;
     static constexpr std::uint64_t kMostThatMemoryHolds = std::uint64_t{1} << 47;
@@ -544,6 +718,110 @@ class Model {
             return std::string(text, std::to_chars(text, text + sizeof text, value).ptr);
         }
     }
+
+    // ---- Typed arrays and records -----------------------------------------------------------------------------------
+
+    using Address = std::uintptr_t;
+
+    static Address addressOf(const BufRef& ref) { return reinterpret_cast<Address>(ref.ptr); }
+    static const ElementType& typeOf(const BufRef& ref) { return kElementTypes[static_cast<std::uint32_t>(ref.type)]; }
+
+    bool describesAnArray(const BufRef& ref) {
+        const auto type = static_cast<std::uint32_t>(ref.type);
+        if (ref.ptr == nullptr) {
+            error_ = "BufRef 'ptr' is null.";
+        } else if (ref.count == 0) {
+            error_ = "BufRef 'count' is zero.";
+        } else if (type > 59) {
+            error_ = "BufRef typeSize is zero.";
+        } else if (type == 0) {
+            error_ = "BufRef typeElemSize is zero.";
+        } else {
+            return true;
+        }
+        return false;
+    }
+
+    // Whether the number of all bytes is a number of 64 bits.
+    static bool canBeCounted(const BufRef& ref) { return ref.count <= kAllBitsSet / typeOf(ref).size; }
+
+    bool readBytes(Address to, const BufRef& ref) {
+        const std::uint64_t n = canBeCounted(ref) ? ref.count * typeOf(ref).size : kAllBitsSet;
+        if (beyondMemory(n)) return false;
+        std::string bytes;
+        const bool done = readInternal(bytes, n);
+        store(to, bytes);
+        return done;
+    }
+
+    static std::string load(Address from, std::uint64_t n) {
+        return {reinterpret_cast<const char*>(from), static_cast<std::size_t>(n)};
+    }
+    static void store(Address to, const std::string& bytes) {
+        if (!bytes.empty()) std::memcpy(reinterpret_cast<char*>(to), bytes.data(), bytes.size());
+    }
+
+    static std::string inFileOrder(const std::string& bytes) {
+        return std::endian::native == std::endian::little ? bytes : std::string(bytes.rbegin(), bytes.rend());
+    }
+
+    // The text of a scalar that lies in memory as these bytes; none if its type has no text.
+    static std::optional<std::string> textOf(const std::string& elemType, const std::string& bytes) {
+        const auto as = [&]<typename T>(T value) {
+            std::memcpy(&value, bytes.data(), sizeof(T));
+            return printed(value);
+        };
+        if (elemType == "Int16") return as(short());
+        if (elemType == "Int32") return as(int());
+        if (elemType == "Int64") return as(long());
+        if (elemType == "UInt16") return as(static_cast<unsigned short>(0));
+        if (elemType == "UInt32") return as(0u);
+        if (elemType == "UInt64") return as(0ul);
+        if (elemType == "Float") return as(float());
+        if (elemType == "Double") return as(double());
+        return std::nullopt;
+    }
+
+    // The scalar that a token names, as it lies in memory; none if the token is no such scalar.
+    static std::optional<std::string> bytesOf(const std::string& elemType, const std::string& token, bool& known) {
+        const auto as = [&]<typename T>(T value) -> std::optional<std::string> {
+            const char* const text = token.c_str();
+            const char* const end = text + std::strlen(text);
+            if constexpr (std::is_same_v<T, bool>) {
+                if (std::strcmp(text, "true") != 0 && std::strcmp(text, "false") != 0) return std::nullopt;
+                value = *text == 't';
+            } else {
+                const auto parsed = std::from_chars(text, end, value);
+                if (parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
+            }
+            std::string bytes(sizeof(T), '\0');
+            std::memcpy(bytes.data(), &value, sizeof(T));
+            return bytes;
+        };
+        if (elemType == "Bool") return as(bool());
+        if (elemType == "Char") return as(static_cast<signed char>(0));
+        if (elemType == "Byte") return as(static_cast<unsigned char>(0));
+        if (elemType == "Int16") return as(short());
+        if (elemType == "Int32") return as(int());
+        if (elemType == "Int64") return as(long());
+        if (elemType == "UInt16") return as(static_cast<unsigned short>(0));
+        if (elemType == "UInt32") return as(0u);
+        if (elemType == "UInt64") return as(0ul);
+        if (elemType == "Float") return as(float());
+        if (elemType == "Double") return as(double());
+        known = false;
+        return std::nullopt;
+    }
+
+    static const char* nameOf(const math::Vec2d&) { return "Vec2"; }
+    static const char* nameOf(const math::Vec3d&) { return "Vec3"; }
+    static const char* nameOf(const math::Vec4d&) { return "Vec4"; }
+    static const char* nameOf(const math::Pos2d&) { return "Pos2"; }
+    static const char* nameOf(const math::Pos3d&) { return "Pos3"; }
+    static const char* nameOf(const math::Quatd&) { return "Quat"; }
+    static const char* nameOf(const math::Rgbad&) { return "Rgba"; }
+    static const char* nameOf(const math::Mat3d&) { return "Mat3"; }
+    static const char* nameOf(const math::Mat4d&) { return "Mat4"; }
 
     Disk& disk;
     Disk::Stream* stream = nullptr;

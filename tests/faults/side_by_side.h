@@ -116,6 +116,45 @@ inline std::string takeBlock(Twin& file, Compression kind, std::string_view befo
     return shown(done) + ' ' + shown(bytes);
 }
 
+/// How an array lies in memory: item k at `start + offset + k * stride`, where memory begins at 0.
+struct Layout {
+    std::uint64_t stride = 0;
+    std::uint64_t offset = 0;
+    std::uint64_t start = 0;
+};
+
+inline BufRef refOf(std::string& memory, DataType type, std::uint64_t count, const Layout& layout) {
+    return {.ptr = memory.data() + layout.start,
+            .type = type,
+            .count = count,
+            .stride = layout.stride,
+            .offset = layout.offset};
+}
+
+/// Writes the array that lies in these bytes of memory.
+template <typename Handle>
+std::string putArray(Handle& file, DataType type, std::uint64_t count, std::string memory, bool compress = false,
+                     const Layout& layout = {}) {
+    return shown(file->write(refOf(memory, type, count, layout), compress));
+}
+
+/// Reads an array into `size` bytes of memory, and shows the result and all of the memory.
+template <typename Handle>
+std::string takeArray(Handle& file, DataType type, std::uint64_t count, std::size_t size, const Layout& layout = {}) {
+    std::string memory(size, '\x5a');
+    const bool done = file->read(refOf(memory, type, count, layout));
+    return shown(done) + ' ' + shown(memory);
+}
+
+/// Reads a record into one that holds 0.5 everywhere, and shows the result and its bytes.
+template <typename Value, typename Handle>
+std::string takeRecord(Handle& file) {
+    Value value;
+    for (double& component : value) component = 0.5;
+    const bool done = file->read(value);
+    return shown(done) + ' ' + shown(std::string(reinterpret_cast<const char*>(value.data()), sizeof(value)));
+}
+
 inline bool printSum(Real& file, int a, int b) { return file->printLn("%d + %d = %d", a, b, a + b); }
 inline bool printSum(Twin& file, int a, int b) {
     return file->write((std::to_string(a) + " + " + std::to_string(b) + " = " + std::to_string(a + b) + "\n").c_str());

@@ -1,6 +1,7 @@
 // The walk: operations drawn at random, on a disk that fails at random, against the model after each of them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <deque>
 #include <iostream>
@@ -70,10 +71,26 @@ class Walk {
     // Some of a pool of bytes, none of them zero.
     std::string bytes(std::uint64_t n) { return pool.substr(below(1000), n); }
 
-    /// What a file may hold: text records, some of which claim too much, and other bytes.
+    // Numbers and words with spaces between them, one or more, and now and then a zero byte.
+    std::string numbers(std::uint64_t n) {
+        static constexpr const char* kWords[] = {"true", "false", "-0", "nan", "inf", "1e-3", "0.1", "x", "", "."};
+        std::string text;
+        for (; n > 0; --n) {
+            if (below(30) == 0) text += '\0';
+            text += below(4) ? std::to_string(number() >> below(32)) : kWords[below(std::size(kWords))];
+            if (below(20)) text += ' ';
+        }
+        return text;
+    }
+
+    /// What a file may hold: text records, some of which claim too much, blocks, numbers, and other bytes.
     std::string content() {
         std::string file;
         for (std::uint64_t n = below(4); n > 0; --n) {
+            if (below(4) == 0) {
+                file += numbers(size() / 4);
+                continue;
+            }
             if (below(3) == 0) {
                 file += block(bytes(below(200)), kind(), below(2));
                 if (below(4) == 0) file[below(file.size())] ^= static_cast<char>(1 << below(8));
@@ -108,6 +125,8 @@ class Walk {
     Compression kind() { return static_cast<Compression>(below(20) ? below(4) : 4); }
 
     Step write() {
+        if (below(5) == 0) return writeArray();
+        if (below(20) == 0) return writeRecord();
         if (below(6) == 0) {
             return named("write a block",
                          [text = bytes(size()), k = kind()](auto& file) { return putBlock(file, text, k); });
@@ -118,6 +137,8 @@ class Walk {
     }
 
     Step read() {
+        if (below(5) == 0) return readArray();
+        if (below(20) == 0) return readRecord();
         if (below(6) == 0) {
             const std::string before = below(2) ? bytes(size()) : "";
             return named("read a block", [before, k = kind()](auto& file) { return takeBlock(file, k, before); });
@@ -125,6 +146,100 @@ class Walk {
         if (below(3)) return readNumber();
         if (below(2)) return named("read a text", [](auto& file) { return takeText(file); });
         return named("read into a builder", [](auto& file) { return takeBuilt(file); });
+    }
+
+    /// An array and the size of the memory that all of it lies in.
+    struct Array {
+        DataType type;
+        std::uint64_t count;
+        Layout layout;
+        std::uint64_t memory;
+
+        std::string shown() const {
+            return std::to_string(count) + " values of type " + std::to_string(static_cast<int>(type)) + ", stride " +
+                   std::to_string(static_cast<std::int64_t>(layout.stride)) + ", offset " +
+                   std::to_string(static_cast<std::int64_t>(layout.offset)) + ", start " + std::to_string(layout.start);
+        }
+    };
+
+    // Any type, now and then none; packed, with gaps, overlapping, or backwards; at any address.
+    Array array() {
+        Array array = {};
+        array.type = static_cast<DataType>(below(40) ? 1 + below(59) : below(62));
+        const auto value = static_cast<std::uint32_t>(array.type);
+        const std::uint64_t itemSize = value < 60 ? kElementTypes[value].size : 8;
+        array.count = below(50) ? std::min(size(), kBuffer + 100) / std::max<std::uint64_t>(itemSize, 4) : below(2);
+        const std::uint64_t steps = array.count > 0 ? array.count - 1 : 0;
+        std::uint64_t step = itemSize;
+        switch (below(6)) {
+            case 0:
+                array.layout.stride = step = itemSize + below(9);
+                break;
+            case 1:
+                array.layout.stride = step = 1 + below(itemSize);
+                break;
+            case 2:
+                step = 1 + below(itemSize + 9);
+                array.layout.stride = 0 - step;
+                array.layout.offset = steps * step;
+                break;
+            default:
+                break;
+        }
+        // The offset leads there forwards or backwards. Texts and blocks restore it packed, from here or from there on.
+        array.layout.offset += below(9);
+        const std::uint64_t first = array.layout.offset;
+        if (below(4) == 0) {
+            array.layout.start = first + below(9);
+            array.layout.offset = first - array.layout.start;
+        }
+        array.memory = std::max(first, array.layout.start) + steps * std::max(step, itemSize) + itemSize;
+        return array;
+    }
+
+    Step writeArray() {
+        const Array a = array();
+        const bool compress = below(2);
+        std::string memory = below(2) ? bytes(a.memory) : numbers(a.memory);
+        memory.resize(a.memory);
+        return named("write " + a.shown(),
+                     [=](auto& file) { return putArray(file, a.type, a.count, memory, compress, a.layout); });
+    }
+
+    Step readArray() {
+        const Array a = array();
+        return named("read " + a.shown(),
+                     [=](auto& file) { return takeArray(file, a.type, a.count, a.memory, a.layout); });
+    }
+
+    double component() { return number() / static_cast<double>(1 + below(1000)); }
+
+    Step writeRecord() {
+        const double a = component(), b = component(), c = component();
+        switch (below(4)) {
+            case 0:
+                return named("write a Vec2d", [=](auto& file) { return shown(file->write(math::Vec2d(a, b))); });
+            case 1:
+                return named("write a Pos3d", [=](auto& file) { return shown(file->write(math::Pos3d(a, b, c))); });
+            case 2:
+                return named("write a Quatd", [=](auto& file) { return shown(file->write(math::Quatd(a, b, c, a))); });
+            default:
+                return named("write a Mat3d",
+                             [=](auto& file) { return shown(file->write(math::Mat3d(a, b, c, c, a, b, b, c, a))); });
+        }
+    }
+
+    Step readRecord() {
+        switch (below(4)) {
+            case 0:
+                return named("read a Pos2d", [](auto& file) { return takeRecord<math::Pos2d>(file); });
+            case 1:
+                return named("read a Vec3d", [](auto& file) { return takeRecord<math::Vec3d>(file); });
+            case 2:
+                return named("read a Rgbad", [](auto& file) { return takeRecord<math::Rgbad>(file); });
+            default:
+                return named("read a Mat4d", [](auto& file) { return takeRecord<math::Mat4d>(file); });
+        }
     }
 
     Step seek() {

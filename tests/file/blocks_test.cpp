@@ -1,6 +1,7 @@
 // Blocks of bytes: how they stand in a file, what comes back, what each failure leaves, and headers that lie in memory.
 #include <algorithm>
 #include <numeric>
+#include <span>
 #include <vector>
 
 #include "file/contents.h"
@@ -309,6 +310,62 @@ TEST_F(Block, WithoutCompressionOfAFileThatWasCutKeepsItsSize) {
     EXPECT_FALSE(outcome.done);
     EXPECT_EQ(outcome.error, "Fread failed. Requested 1048576, read 5.");
     EXPECT_TRUE(outcome.bytes == pattern(kMiB) + std::string(kMiB, '\0'));
+}
+
+// ---- Other memory of the caller -------------------------------------------------------------------------------------
+
+TEST_F(Block, OfASpanIsThatOfItsBytes) {
+    const std::vector<unsigned char> bytes = {1, 2, 3};
+    for (const Compression kind : {Compression::None, Compression::Lz4, Compression::Zlib, Compression::Zstd}) {
+        EXPECT_EQ(written(Format::Binary, [&](File& file) { EXPECT_TRUE(file.write(bytes, kind)); }),
+                  written(Format::Binary, [&](File& file) { EXPECT_TRUE(file.write(bytes.data(), 3, kind)); }));
+    }
+}
+
+TEST_F(Block, FillsAStandardVectorAsItDoesTheOther) {
+    File file = opened(files.make("a", block("some bytes", Compression::Zstd) + "rest"), Mode::Read, Format::Binary);
+    std::vector<unsigned char> bytes = {9, 9};
+    EXPECT_TRUE(file.read(bytes, Compression::Lz4));
+    EXPECT_EQ(std::string(bytes.begin(), bytes.end()), "some bytes");
+    bytes.resize(4);
+    EXPECT_TRUE(file.read(bytes, Compression::None));
+    EXPECT_EQ(std::string(bytes.begin(), bytes.end()), "rest");
+    EXPECT_FALSE(file.read(bytes, Compression::Zstd));
+    EXPECT_TRUE(bytes.empty());
+    EXPECT_EQ(file.error(), "Failed to read un/compressed length.");
+}
+
+TEST_F(Block, GivesAnEmptyStandardVectorTheWholeFile) {
+    File file = opened(files.make("a", "all of it"), Mode::Read, Format::Binary);
+    std::vector<unsigned char> bytes;
+    EXPECT_TRUE(file.read(bytes, Compression::None));
+    EXPECT_EQ(std::string(bytes.begin(), bytes.end()), "all of it");
+}
+
+TEST_F(Block, FillsASpanOfJustItsSize) {
+    const std::string content = block("some bytes", Compression::Lz4);
+    for (const std::size_t size : {std::size_t{9}, std::size_t{10}, std::size_t{11}}) {
+        File file = opened(files.make("a", content), Mode::Read, Format::Binary);
+        std::string bytes(size, '-');
+        const std::span<unsigned char> span(reinterpret_cast<unsigned char*>(bytes.data()), size);
+        EXPECT_EQ(file.read(span, Compression::Lz4), size == 10);
+        EXPECT_EQ(bytes, size == 10 ? "some bytes" : std::string(size, '-'));
+        EXPECT_EQ(file.error(), size == 10 ? ""
+                                           : ("Failed to decompress data (compressed size: " +
+                                              std::to_string(content.size() - 21) + ", decompressed size: 10).")
+                                                 .c_str());
+    }
+}
+
+// A read of no bytes would load a chunk and give it up.
+TEST_F(Block, WithoutCompressionReadsNothingIntoAnEmptySpan) {
+    File file = opened(files.make("a", "abc"), Mode::Read, Format::Binary);
+    EXPECT_TRUE(file.read(std::span<unsigned char>(), Compression::None));
+    char c = 0;
+    EXPECT_TRUE(file.read(c));
+    EXPECT_EQ(c, 'a');
+    File closed;
+    EXPECT_FALSE(closed.read(std::span<unsigned char>(), Compression::None));
 }
 
 // ---- Refusals -------------------------------------------------------------------------------------------------------

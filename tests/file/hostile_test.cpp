@@ -227,6 +227,90 @@ TEST_F(HostileBlock, OfATebibyteAsItStandsIsRefused) {
     EXPECT_EQ(file.error(), "Attempted to read beyond file size.");
 }
 
+// ---- Arrays ---------------------------------------------------------------------------------------------------------
+
+using HostileArray = WithFiles;
+
+TEST_F(HostileArray, OfATrillionNumbersInAShortTextFileTakesNoMemory) {
+    std::vector<int> values(10, -1);
+    for (const char* content : {"1 2 3 4 56", ""}) {
+        for (const DataType type : {DataType::Int32, DataType::Ptr}) {
+            File file = opened(files.make("a", content), Mode::Read, Format::Text);
+            EXPECT_LE(peakOf([&] { EXPECT_FALSE(file.read({values.data(), type, std::uint64_t{1} << 40})); }), 4096u);
+        }
+    }
+    EXPECT_EQ(values[4], 56);
+    EXPECT_EQ(values[5], -1);
+}
+
+TEST_F(HostileArray, IsMovedWithoutTheHeap) {
+    std::vector<double> values(100'000);
+    for (std::size_t i = 0; i < values.size(); ++i) values[i] = 0.1 * static_cast<double>(i);
+    std::vector<double> back(values.size());
+    for (const Format format : {Format::Binary, Format::Text}) {
+        File file = opened(files.path("a"), Mode::Write, format);
+        std::uint64_t before = Heap::requests;
+        EXPECT_TRUE(file.write(bufRef(std::span(values)), true));
+        EXPECT_EQ(Heap::requests, before);
+        file << ' ';
+        ASSERT_TRUE(file.close());
+
+        file = opened(files.path("a"), Mode::Read, format);
+        before = Heap::requests;
+        EXPECT_TRUE(file.read(bufRef(std::span(back))));
+        EXPECT_LE(Heap::requests, before + 10) << "tokens that the end of a chunk parts";
+        EXPECT_EQ(back, values);
+    }
+}
+
+TEST_F(HostileArray, OfBytesWithGapsThatNoMemoryHoldsIsNotWritten) {
+    std::vector<unsigned char> bytes(8, 'x');
+    const BufRef ref = {.ptr = bytes.data(), .type = DataType::Byte, .count = 4, .stride = 2};
+    File file = opened(files.path("a"), Mode::Write, Format::Binary);
+    for (const bool compress : {false, true}) {
+        const RefusedRequests refused(1);
+        EXPECT_FALSE(file.write(ref, compress));
+        EXPECT_TRUE(refused.met());
+        EXPECT_EQ(file.error(), "Out of memory.");
+        EXPECT_EQ(file.pos(), 0u);
+    }
+    EXPECT_FALSE(file.write(BufRef{bytes.data(), DataType::Byte, std::uint64_t{1} << 60, 2}, false));
+    EXPECT_EQ(file.error(), "Out of memory.");
+    EXPECT_EQ(file.pos(), 0u);
+}
+
+TEST_F(HostileArray, WhoseTokenNoMemoryHoldsIsNotRead) {
+    double value = -1;
+    File file = opened(files.make("a", std::string(2 * kMiB, '1') + " 2"), Mode::Read, Format::Text);
+    bool done = true;
+    {
+        const RefusedRequests refused(1, true);
+        done = file.read({&value, DataType::Double, 1});
+    }
+    EXPECT_FALSE(done);
+    EXPECT_EQ(file.error(), "Out of memory.");
+    EXPECT_EQ(value, -1);
+}
+
+// The part of the token that lies in the first chunk is a number too.
+TEST_F(HostileArray, WhoseTokenIsHeldInPartIsNotRead) {
+    double value = -1;
+    std::vector<unsigned char> skipped(kMiB - 1);
+    const std::string content = std::string(kMiB - 1, '-') + '1' + std::string(100, '2') + ' ';
+    File file = opened(files.make("a", content), Mode::Read, Format::Text);
+    ASSERT_TRUE(file.read(skipped, Compression::None));
+    bool done = true, met = false;
+    {
+        const RefusedRequests refused(1, true);
+        done = file.read({&value, DataType::Double, 1});
+        met = refused.met();
+    }
+    EXPECT_TRUE(met);
+    EXPECT_FALSE(done);
+    EXPECT_EQ(file.error(), "Out of memory.");
+    EXPECT_EQ(value, -1);
+}
+
 // ---- What is no file ------------------------------------------------------------------------------------------------
 
 // A folder can be opened for reading, and has a length that the file system makes up: nothing, a block, or 2^63 - 1.
@@ -294,6 +378,20 @@ TEST_F(Folder, HasNoBytesAsTheyStand) {
     const bool isEmpty = file.len() == 0;
     EXPECT_EQ(file.read(bytes, Compression::None), isEmpty);
     EXPECT_EQ(file.error(), isEmpty ? "" : refillError(file).c_str());
+}
+
+TEST_F(Folder, HasNoArrays) {
+    std::vector<int> numbers(3, -1);
+    std::vector<unsigned char> bytes(3, 9);
+    for (const Format format : {Format::Binary, Format::Text}) {
+        File file = open(format);
+        EXPECT_FALSE(file.read(bufRef(std::span(numbers))));
+        EXPECT_EQ(file.error(), refillError(file).c_str());
+        EXPECT_FALSE(file.read(bufRef(std::span(bytes))));
+        EXPECT_EQ(file.error(), refillError(file).c_str());
+    }
+    EXPECT_EQ(numbers, (std::vector<int>(3, -1)));
+    EXPECT_EQ(bytes, (std::vector<unsigned char>(3, 9)));
 }
 
 TEST_F(Folder, HasNothingToPeekAt) {
