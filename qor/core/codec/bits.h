@@ -70,21 +70,28 @@ struct BitReader {
     }
 };
 
-/// Writes bits through a buffer of 64, straight to memory that the caller knows to have room.
+/// Writes bits through a buffer of 64, straight to memory that the caller knows to have room: each flush touches 8
+/// bytes.
 struct BitWriter {
+    /// Most bits between two flushes: with the 7 that a flush may leave they fill the buffer, less one for `close`.
+    static constexpr unsigned kMostBits = 56;
+
     std::uint64_t bits = 0;
     unsigned count = 0;  ///< At most 7 after `flush`.
     unsigned char* at;   ///< Where the next bytes go.
 
     explicit BitWriter(unsigned char* to) : at(to) {}
 
-    /// Adds the low `n` bits of `value`, which has no others. At most 56 between two flushes.
+    /// Adds the low `n` bits of `value`, which has no others.
     void add(std::uint64_t value, unsigned n) {
         bits |= value << count;
         count += n;
     }
 
-    /// Puts whole bytes into memory. Touches 8 bytes.
+    /// Adds the low `n` bits of `value`, whatever the others are.
+    void addLow(std::uint64_t value, unsigned n) { add(value & ((std::uint64_t{1} << n) - 1), n); }
+
+    /// Puts whole bytes into memory.
     void flush() {
         store<std::uint64_t>(at, bits);
         at += count >> 3;
@@ -98,12 +105,20 @@ struct BitWriter {
         flush();
     }
 
-    /// Fills the byte that has been begun with zeros. Touches 8 bytes.
-    void alignToByte() {
+    /// Fills the byte that has been begun with zeros, and gives the end of the bytes.
+    unsigned char* alignToByte() {
         flush();
         at += (count + 7) >> 3;
         bits = 0;
         count = 0;
+        return at;
+    }
+
+    /// Adds the 1 bit by which whoever reads a stream from its end (RFC 8878, 4.1) finds its last bit, and gives the
+    /// end of the bytes.
+    unsigned char* close() {
+        add(1, 1);
+        return alignToByte();
     }
 };
 

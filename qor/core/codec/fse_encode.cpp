@@ -117,7 +117,7 @@ unsigned char* writeDistribution(const Distribution& distribution, unsigned char
         }
         out.flush();
     }
-    return out.end();
+    return out.alignToByte();
 }
 
 std::uint64_t entropy(Counts counts) {

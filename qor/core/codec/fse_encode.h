@@ -10,7 +10,7 @@
 #include <limits>
 #include <span>
 
-#include "qor/core/codec/bit_writer.h"
+#include "qor/core/codec/bits.h"
 #include "qor/core/codec/fse.h"
 
 namespace qor::impl::fse {

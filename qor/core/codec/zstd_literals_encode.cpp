@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <bit>
 
-#include "qor/core/codec/bit_writer.h"
+#include "qor/core/codec/bits.h"
 #include "qor/core/codec/huffman.h"
 #include "qor/core/codec/zstd_sections.h"
 

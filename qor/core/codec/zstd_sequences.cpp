@@ -52,7 +52,7 @@ constexpr auto kDefaultMatchLengthRows = rowsOf<kDefaultMatchLengths.accuracy>(k
 // Reads what `mode` says of a table from the start of `in`, and moves `in` on.
 template <int largestAccuracy, std::size_t defaultSize>
 bool readTable(TableMode mode, Bytes& in, const std::array<SequenceRow, defaultSize>& byDefault, Codes codes,
-               SequenceTable<largestAccuracy>& table) {
+               DecodingTable<largestAccuracy>& table) {
     switch (mode) {
         case TableMode::Default:
             std::copy(byDefault.begin(), byDefault.end(), table.rows);

@@ -21,7 +21,7 @@ struct SequenceRow {
 
 /// A decoding table, which stays from block to block until another takes its place.
 template <int largestAccuracy>
-struct SequenceTable {
+struct DecodingTable {
     bool isGiven = false;
     int accuracy = 0;
     SequenceRow rows[1 << largestAccuracy];
@@ -82,9 +82,9 @@ class SequenceDecoder {
     bool executeAll(std::size_t count, Bytes stream, Literals& literals, Output& output, Loops loops);
     bool executeAllWithBmi2(std::size_t count, Bytes stream, Literals& literals, Output& output);
 
-    SequenceTable<kLiteralLengthAccuracy> literalLengths;
-    SequenceTable<kOffsetAccuracy> offsets;
-    SequenceTable<kMatchLengthAccuracy> matchLengths;
+    DecodingTable<kLiteralLengthAccuracy> literalLengths;
+    DecodingTable<kOffsetAccuracy> offsets;
+    DecodingTable<kMatchLengthAccuracy> matchLengths;
     RepeatOffsets repeatOffsets;
 };
 

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <bit>
 
-#include "qor/core/codec/bit_writer.h"
+#include "qor/core/codec/bits.h"
 #include "qor/core/codec/zstd_sections.h"
 
 namespace qor::impl::zstd {
@@ -115,7 +115,7 @@ unsigned char* encodeSequences(const Block& block, const BlockCounts& counts, Se
     addExtraBits(i);
     while (i > 0) {
         --i;
-        if (out.position() > limit) return nullptr;
+        if (out.at > limit) return nullptr;
         offsetTable.encode(offsetState, codes[i].offset, out);
         matchTable.encode(matchState, codes[i].length, out);
         literalTable.encode(literalState, codes[i].literals, out);

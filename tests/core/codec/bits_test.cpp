@@ -132,5 +132,24 @@ TEST(BitWriter, AligningAWholeByteAddsNone) {
     EXPECT_EQ(out.at - bytes, 1);
 }
 
+TEST(BitWriter, AddsOnlyTheLowBitsIfAsked) {
+    unsigned char bytes[16];
+    BitWriter out(bytes);
+    out.addLow(0xFF, 3);
+    out.addLow(0xFF, 0);
+    EXPECT_EQ(out.alignToByte() - bytes, 1);
+    EXPECT_EQ(bytes[0], 7);
+}
+
+TEST(BitWriter, ClosesABackwardStreamWithABit) {
+    for (unsigned n = 0; n <= 16; ++n) {
+        unsigned char bytes[16] = {};
+        BitWriter out(bytes);
+        out.add(0, n);
+        EXPECT_EQ(out.close() - bytes, n / 8 + 1);
+        EXPECT_EQ(load<std::uint32_t>(bytes), 1u << n);
+    }
+}
+
 }  // namespace
 }  // namespace qor::impl
