@@ -17,20 +17,21 @@ namespace {
 
 constexpr std::uint32_t kModulus = 65521;  // the largest prime below 2^16
 
-constexpr std::uint32_t kColumns = 32;
-constexpr std::uint32_t kRows = 22;
+constexpr std::size_t kColumns = 32;
+constexpr std::size_t kRows = 22;  // at a time
 static_assert(255 * kRows * (kRows + 1) / 2 < 1 << 16, "the sums of a column have 16 bits");
 
 struct Sums {
-    std::uint32_t a = 1;
-    std::uint32_t b = 0;
+    std::uint32_t a;
+    std::uint32_t b;
 };
 
-Sums addRows(Sums sums, const unsigned char* rows) {
+// Up to kRows rows.
+inline Sums addRows(Sums sums, const unsigned char* rows, std::size_t count) {
     std::array<std::uint16_t, kColumns> bytes{};
     std::array<std::uint16_t, kColumns> passed{};
-    for (std::uint32_t row = 0; row < kRows; ++row, rows += kColumns) {
-        for (std::uint32_t column = 0; column < kColumns; ++column) {
+    for (std::size_t row = 0; row < count; ++row, rows += kColumns) {
+        for (std::size_t column = 0; column < kColumns; ++column) {
             bytes[column] = static_cast<std::uint16_t>(bytes[column] + rows[column]);
             passed[column] = static_cast<std::uint16_t>(passed[column] + bytes[column]);
         }
@@ -39,20 +40,21 @@ Sums addRows(Sums sums, const unsigned char* rows) {
     std::uint32_t b = 0;
     for (std::uint32_t column = 0; column < kColumns; ++column) {
         a += bytes[column];
-        b += kColumns * passed[column] - column * bytes[column];
+        b += std::uint32_t{kColumns} * passed[column] - column * bytes[column];
     }
-    return {(sums.a + a) % kModulus, (sums.b + kRows * kColumns * sums.a + b) % kModulus};
+    const auto size = static_cast<std::uint32_t>(count * kColumns);
+    return {(sums.a + a) % kModulus, (sums.b + size * sums.a + b) % kModulus};
 }
 
-Sums addAllRows(Sums sums, const unsigned char* rows, std::size_t times) {
-    for (; times > 0; --times, rows += kRows * kColumns) sums = addRows(sums, rows);
-    return sums;
+Sums addAllRows(Sums sums, const unsigned char* rows, std::size_t count) {
+    for (; count >= kRows; count -= kRows, rows += kRows * kColumns) sums = addRows(sums, rows, kRows);
+    return addRows(sums, rows, count);
 }
 
 // Built once more, from the same source, for processors with wider vectors; chosen when the program runs.
 #if defined(__GNUC__) && defined(__x86_64__)
-[[gnu::target("avx2"), gnu::flatten]] Sums addAllRowsWide(Sums sums, const unsigned char* rows, std::size_t times) {
-    return addAllRows(sums, rows, times);
+[[gnu::target("avx2"), gnu::flatten]] Sums addAllRowsWide(Sums sums, const unsigned char* rows, std::size_t count) {
+    return addAllRows(sums, rows, count);
 }
 bool isWide() { return __builtin_cpu_supports("avx2"); }
 #else
@@ -62,10 +64,11 @@ constexpr bool isWide() { return false; }
 
 }  // namespace
 
-std::uint32_t adler32(Bytes content) {
-    const std::size_t times = content.size() / (kRows * kColumns);
-    Sums sums = (isWide() ? addAllRowsWide : addAllRows)(Sums(), content.data(), times);
-    for (const unsigned char byte : content.subspan(times * kRows * kColumns)) {
+std::uint32_t adler32(Bytes content, std::uint32_t before) {
+    const std::size_t rows = content.size() / kColumns;
+    Sums sums{before & 0xFFFF, before >> 16};
+    if (rows > 0) sums = (isWide() ? addAllRowsWide : addAllRows)(sums, content.data(), rows);
+    for (const unsigned char byte : content.subspan(rows * kColumns)) {
         sums.a += byte;
         sums.b += sums.a;
     }

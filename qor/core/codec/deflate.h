@@ -33,6 +33,9 @@ unsigned char* encode(Bytes content, unsigned char* to);
 /// 2^windowBits (8 to 15), if it does not make exactly what the result claims, or if memory is refused.
 bool decode(Bytes stream, int windowBits, Result& result);
 
+/// The same, and continues `checksum` to the Adler-32 of the result.
+bool decode(Bytes stream, int windowBits, Result& result, std::uint32_t& checksum);
+
 /// As `decode`, without its fast loop, which is to be held against this one.
 bool decodePlainly(Bytes stream, int windowBits, Result& result);
 

@@ -18,6 +18,7 @@
 #include <bit>
 #include <span>
 
+#include "qor/core/codec/adler32.h"
 #include "qor/core/codec/bits.h"
 #include "qor/core/codec/deflate.h"
 #include "qor/core/codec/deflate_tables.h"
@@ -177,8 +178,13 @@ bool buildTable(std::span<const unsigned char> lengths, std::span<const Entry> m
 
 class Decoder {
  public:
-    Decoder(Bytes stream, int windowBits, bool fastLoop, Result& into)
-        : in(stream), at(into.begin()), result(into), mayBeFast(fastLoop), distanceMeanings(kDistanceMeanings) {
+    Decoder(Bytes stream, int windowBits, bool fastLoop, Result& into, std::uint32_t* sum)
+        : in(stream),
+          at(into.begin()),
+          result(into),
+          checksum(sum),
+          mayBeFast(fastLoop),
+          distanceMeanings(kDistanceMeanings) {
         // The two symbols above each power of two reach up to the next one, so a window ends between symbols.
         const std::size_t reachable = 2 * static_cast<std::size_t>(windowBits);
         std::fill(distanceMeanings.begin() + reachable, distanceMeanings.end(), kInvalid);
@@ -203,6 +209,7 @@ class Decoder {
                     return false;
             }
         }
+        addToChecksum();
         if (in.overran()) return false;
         in.alignToByte();
         return in.bytesLeft() == 0 && result.isWhole() && at == result.end();
@@ -216,6 +223,16 @@ class Decoder {
         return true;
     }
 
+    // Stored bytes that are copied at a time: the checksum is taken of them while they are in the nearest cache.
+    static constexpr std::size_t kPiece = 16384;
+
+    void addToChecksum() {
+        if (!checksum) return;
+        const auto produced = static_cast<std::size_t>(at - result.begin());
+        *checksum = adler32({result.begin() + summed, produced - summed}, *checksum);
+        summed = produced;
+    }
+
     bool copyStored() {
         if (in.overran()) return false;
         in.alignToByte();
@@ -226,9 +243,14 @@ class Decoder {
         if ((size ^ complement) != 0xFFFF || size > in.bytesLeft()) return false;
         if (size == 0) return true;
         if (!makeRoom(size)) return false;
-        std::copy_n(in.at, size, at);
-        in.at += size;
-        at += size;
+        for (std::size_t left = size; left > 0;) {
+            const std::size_t n = std::min(left, kPiece);
+            std::copy_n(in.at, n, at);
+            in.at += n;
+            at += n;
+            left -= n;
+            addToChecksum();
+        }
         return true;
     }
 
@@ -461,6 +483,8 @@ class Decoder {
     BitReader in;
     unsigned char* at;  // where the next byte of the content goes
     Result& result;
+    std::uint32_t* checksum;
+    std::size_t summed = 0;  // how much of the result is in the checksum
     bool mayBeFast;
     bool codesAreFixed = false;
     std::array<Entry, kFixedDistanceSymbols> distanceMeanings;  // with those invalid that the window does not reach
@@ -470,10 +494,16 @@ class Decoder {
 
 }  // namespace
 
-bool decode(Bytes stream, int windowBits, Result& result) { return Decoder(stream, windowBits, true, result).decode(); }
+bool decode(Bytes stream, int windowBits, Result& result) {
+    return Decoder(stream, windowBits, true, result, nullptr).decode();
+}
+
+bool decode(Bytes stream, int windowBits, Result& result, std::uint32_t& checksum) {
+    return Decoder(stream, windowBits, true, result, &checksum).decode();
+}
 
 bool decodePlainly(Bytes stream, int windowBits, Result& result) {
-    return Decoder(stream, windowBits, false, result).decode();
+    return Decoder(stream, windowBits, false, result, nullptr).decode();
 }
 
 }  // namespace qor::impl::deflate

@@ -132,7 +132,8 @@ class CodeHeader {
         while (lengthCount > 4 && code.lengths[kLengthOrder[lengthCount - 1]] == 0) --lengthCount;
 
         bits = 5 + 5 + 4 + 3 * lengthCount + code.cost(counts);
-        for (std::size_t i = 0; i < kRuns.size(); ++i) bits += counts[kRepeatLength + i] * kRuns[i].extraBits;
+        for (std::size_t i = 0; i < kRuns.size(); ++i)
+            bits += std::uint64_t{counts[kRepeatLength + i]} * kRuns[i].extraBits;
     }
 
     std::uint64_t size() const { return bits; }
@@ -439,7 +440,7 @@ class ShortMatches {
 
     // By straight lines between powers of two.
     static std::uint32_t log2(std::size_t x) {
-        const auto whole = static_cast<std::uint32_t>(std::bit_width(x)) - 1;
+        const auto whole = static_cast<std::uint32_t>(std::bit_width(x >> 1));
         return kUnit * whole + static_cast<std::uint32_t>((x * kUnit >> whole) - kUnit);
     }
 
@@ -504,7 +505,7 @@ class Encoder {
 
     // What a match is worth: the bytes that it covers, less what its distance costs.
     static std::uint32_t worth(Match match) {
-        return 3 * match.length + 16 - static_cast<std::uint32_t>(std::bit_width(match.distance));
+        return 4 * match.length + 16 - static_cast<std::uint32_t>(std::bit_width(match.distance));
     }
 
     // Gathers the sequences and counts of the block that begins at `from`, and says where it ends.

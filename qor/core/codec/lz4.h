@@ -47,7 +47,6 @@ class BlockEncoder {
  private:
     Bytes content;
     std::size_t position = 0;
-    int tableBits = 0;
     std::unique_ptr<std::uint16_t[]> tables;
 };
 

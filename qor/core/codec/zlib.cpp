@@ -56,8 +56,9 @@ bool decode(Bytes payload, std::uint64_t size, ds::Vector<unsigned char>& conten
     const int windowBits = (payload[0] >> 4) + 8;
     const std::size_t trailer = payload.size() - kTrailerSize;
     Result result(content, size, payload.size());
-    if (!deflate::decode(payload.subspan(kHeaderSize, trailer - kHeaderSize), windowBits, result)) return false;
-    return adler32({content.data(), content.size()}) == loadBigEndian(&payload[trailer]);
+    std::uint32_t checksum = adler32({});
+    return deflate::decode(payload.subspan(kHeaderSize, trailer - kHeaderSize), windowBits, result, checksum) &&
+           checksum == loadBigEndian(&payload[trailer]);
 }
 
 }  // namespace qor::impl::zlib

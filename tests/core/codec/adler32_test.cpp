@@ -49,5 +49,15 @@ TEST(Adler32, OfTheLargestBytesDoesNotOverflow) {
     }
 }
 
+TEST(Adler32, ContinuesThatOfTheBytesBefore) {
+    std::mt19937 random(2);
+    std::vector<unsigned char> bytes(20000);
+    for (auto& byte : bytes) byte = static_cast<unsigned char>(random());
+    const Bytes all(bytes);
+    for (std::size_t n = 0; n <= bytes.size(); n += 199) {
+        ASSERT_EQ(adler32(all.subspan(n), adler32(all.first(n))), byTheBook(all)) << n;
+    }
+}
+
 }  // namespace
 }  // namespace qor::impl
