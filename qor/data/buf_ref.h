@@ -62,6 +62,7 @@ class Items {
 
     /// Item `k`. Strides and offsets may be such that the address wraps: that is how an array runs backwards.
     unsigned char* at(std::uint64_t k) const {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): pointers must not wrap, numbers may
         return reinterpret_cast<unsigned char*>(wrappedSum(first, wrappedProduct(k, stride)));
     }
 

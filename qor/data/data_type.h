@@ -79,42 +79,42 @@ namespace impl {
 
 /// A row to a type, in the order of their values.
 struct DataTypeRow {
-    DataType type;
     const char* name;
+    DataType type;
     DataType elemType;
 };
 
 inline constexpr DataTypeRow kDataTypes[] = {
-    {DataType::Null, "Null", DataType::Null},       {DataType::Bool, "Bool", DataType::Bool},
-    {DataType::Char, "Char", DataType::Char},       {DataType::Byte, "Byte", DataType::Byte},
-    {DataType::Int16, "Int16", DataType::Int16},    {DataType::Int32, "Int32", DataType::Int32},
-    {DataType::Int64, "Int64", DataType::Int64},    {DataType::UInt16, "UInt16", DataType::UInt16},
-    {DataType::UInt32, "UInt32", DataType::UInt32}, {DataType::UInt64, "UInt64", DataType::UInt64},
-    {DataType::Float, "Float", DataType::Float},    {DataType::Double, "Double", DataType::Double},
-    {DataType::Ptr, "Ptr", DataType::Ptr},          {DataType::Vec2f, "Vec2f", DataType::Float},
-    {DataType::Vec2d, "Vec2d", DataType::Double},   {DataType::Vec2i, "Vec2i", DataType::Int32},
-    {DataType::Vec2u, "Vec2u", DataType::UInt32},   {DataType::Vec3f, "Vec3f", DataType::Float},
-    {DataType::Vec3d, "Vec3d", DataType::Double},   {DataType::Vec3i, "Vec3i", DataType::Int32},
-    {DataType::Vec3u, "Vec3u", DataType::UInt32},   {DataType::Vec4f, "Vec4f", DataType::Float},
-    {DataType::Vec4d, "Vec4d", DataType::Double},   {DataType::Vec4i, "Vec4i", DataType::Int32},
-    {DataType::Vec4u, "Vec4u", DataType::UInt32},   {DataType::Pos2f, "Pos2f", DataType::Float},
-    {DataType::Pos2d, "Pos2d", DataType::Double},   {DataType::Pos2i, "Pos2i", DataType::Int32},
-    {DataType::Pos3f, "Pos3f", DataType::Float},    {DataType::Pos3d, "Pos3d", DataType::Double},
-    {DataType::Pos3i, "Pos3i", DataType::Int32},    {DataType::Quatf, "Quatf", DataType::Float},
-    {DataType::Quatd, "Quatd", DataType::Double},   {DataType::Rgbf, "Rgbf", DataType::Float},
-    {DataType::Rgbd, "Rgbd", DataType::Double},     {DataType::Rgb8, "Rgb8", DataType::Byte},
-    {DataType::Rgbaf, "Rgbaf", DataType::Float},    {DataType::Rgbad, "Rgbad", DataType::Double},
-    {DataType::Rgba8, "Rgba8", DataType::Byte},     {DataType::Mat3f, "Mat3f", DataType::Float},
-    {DataType::Mat3d, "Mat3d", DataType::Double},   {DataType::Mat3i, "Mat3i", DataType::Int32},
-    {DataType::Mat4f, "Mat4f", DataType::Float},    {DataType::Mat4d, "Mat4d", DataType::Double},
-    {DataType::Mat4i, "Mat4i", DataType::Int32},    {DataType::Xformf, "Xformf", DataType::Float},
-    {DataType::Xformd, "Xformd", DataType::Double}, {DataType::Xformi, "Xformi", DataType::Int32},
-    {DataType::Aabbf, "Aabbf", DataType::Float},    {DataType::Aabbd, "Aabbd", DataType::Double},
-    {DataType::Aabbi, "Aabbi", DataType::Int32},    {DataType::Obbf, "Obbf", DataType::Float},
-    {DataType::Obbd, "Obbd", DataType::Double},     {DataType::Obbi, "Obbi", DataType::Int32},
-    {DataType::Hsvf, "Hsvf", DataType::Float},      {DataType::Hsvd, "Hsvd", DataType::Double},
-    {DataType::Hslf, "Hslf", DataType::Float},      {DataType::Hsld, "Hsld", DataType::Double},
-    {DataType::Argb8, "Argb8", DataType::Byte},     {DataType::ColorRef, "ColorRef", DataType::Byte},
+    {"Null", DataType::Null, DataType::Null},       {"Bool", DataType::Bool, DataType::Bool},
+    {"Char", DataType::Char, DataType::Char},       {"Byte", DataType::Byte, DataType::Byte},
+    {"Int16", DataType::Int16, DataType::Int16},    {"Int32", DataType::Int32, DataType::Int32},
+    {"Int64", DataType::Int64, DataType::Int64},    {"UInt16", DataType::UInt16, DataType::UInt16},
+    {"UInt32", DataType::UInt32, DataType::UInt32}, {"UInt64", DataType::UInt64, DataType::UInt64},
+    {"Float", DataType::Float, DataType::Float},    {"Double", DataType::Double, DataType::Double},
+    {"Ptr", DataType::Ptr, DataType::Ptr},          {"Vec2f", DataType::Vec2f, DataType::Float},
+    {"Vec2d", DataType::Vec2d, DataType::Double},   {"Vec2i", DataType::Vec2i, DataType::Int32},
+    {"Vec2u", DataType::Vec2u, DataType::UInt32},   {"Vec3f", DataType::Vec3f, DataType::Float},
+    {"Vec3d", DataType::Vec3d, DataType::Double},   {"Vec3i", DataType::Vec3i, DataType::Int32},
+    {"Vec3u", DataType::Vec3u, DataType::UInt32},   {"Vec4f", DataType::Vec4f, DataType::Float},
+    {"Vec4d", DataType::Vec4d, DataType::Double},   {"Vec4i", DataType::Vec4i, DataType::Int32},
+    {"Vec4u", DataType::Vec4u, DataType::UInt32},   {"Pos2f", DataType::Pos2f, DataType::Float},
+    {"Pos2d", DataType::Pos2d, DataType::Double},   {"Pos2i", DataType::Pos2i, DataType::Int32},
+    {"Pos3f", DataType::Pos3f, DataType::Float},    {"Pos3d", DataType::Pos3d, DataType::Double},
+    {"Pos3i", DataType::Pos3i, DataType::Int32},    {"Quatf", DataType::Quatf, DataType::Float},
+    {"Quatd", DataType::Quatd, DataType::Double},   {"Rgbf", DataType::Rgbf, DataType::Float},
+    {"Rgbd", DataType::Rgbd, DataType::Double},     {"Rgb8", DataType::Rgb8, DataType::Byte},
+    {"Rgbaf", DataType::Rgbaf, DataType::Float},    {"Rgbad", DataType::Rgbad, DataType::Double},
+    {"Rgba8", DataType::Rgba8, DataType::Byte},     {"Mat3f", DataType::Mat3f, DataType::Float},
+    {"Mat3d", DataType::Mat3d, DataType::Double},   {"Mat3i", DataType::Mat3i, DataType::Int32},
+    {"Mat4f", DataType::Mat4f, DataType::Float},    {"Mat4d", DataType::Mat4d, DataType::Double},
+    {"Mat4i", DataType::Mat4i, DataType::Int32},    {"Xformf", DataType::Xformf, DataType::Float},
+    {"Xformd", DataType::Xformd, DataType::Double}, {"Xformi", DataType::Xformi, DataType::Int32},
+    {"Aabbf", DataType::Aabbf, DataType::Float},    {"Aabbd", DataType::Aabbd, DataType::Double},
+    {"Aabbi", DataType::Aabbi, DataType::Int32},    {"Obbf", DataType::Obbf, DataType::Float},
+    {"Obbd", DataType::Obbd, DataType::Double},     {"Obbi", DataType::Obbi, DataType::Int32},
+    {"Hsvf", DataType::Hsvf, DataType::Float},      {"Hsvd", DataType::Hsvd, DataType::Double},
+    {"Hslf", DataType::Hslf, DataType::Float},      {"Hsld", DataType::Hsld, DataType::Double},
+    {"Argb8", DataType::Argb8, DataType::Byte},     {"ColorRef", DataType::ColorRef, DataType::Byte},
 };
 
 inline constexpr std::uint32_t kDataTypeCount = std::size(kDataTypes);

@@ -13,6 +13,7 @@ namespace qor::impl {
 /// and Ptr, which have no text.
 template <typename Act>
 bool withElemType(DataType elemType, Act act) {
+    // NOLINTBEGIN(bugprone-branch-clone): the branches differ in the type of what is passed
     switch (elemType) {
         case DataType::Bool:
             return act(bool());
@@ -39,6 +40,7 @@ bool withElemType(DataType elemType, Act act) {
         default:
             return false;
     }
+    // NOLINTEND(bugprone-branch-clone)
 }
 
 /// As `formatNumber`, of the scalar at `from`, at whatever address that is.

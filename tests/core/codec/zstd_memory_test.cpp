@@ -3,57 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
-#include <new>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "core/codec/zstd_builder.h"
-
-namespace {
-
-// Bytes in use and the most that were, since `watch`; and how many allocations are let through.
-std::size_t inUse = 0;
-std::size_t most = 0;
-long allowed = -1;  // -1: all
-
-// Each allocation is preceded by its size.
-constexpr std::size_t kPrefix = alignof(std::max_align_t);
-
-void* allocate(std::size_t size) {
-    if (allowed == 0) return nullptr;
-    if (allowed > 0) --allowed;
-    auto* const memory = static_cast<unsigned char*>(std::malloc(size + kPrefix));
-    if (!memory) return nullptr;
-    *reinterpret_cast<std::size_t*>(memory) = size;
-    inUse += size;
-    if (inUse > most) most = inUse;
-    return memory + kPrefix;
-}
-
-void release(void* pointer) {
-    if (!pointer) return;
-    auto* const memory = static_cast<unsigned char*>(pointer) - kPrefix;
-    inUse -= *reinterpret_cast<std::size_t*>(memory);
-    std::free(memory);
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    if (void* const memory = allocate(size)) return memory;
-    throw std::bad_alloc();
-}
-void* operator new[](std::size_t size) { return operator new(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void operator delete(void* pointer) noexcept { release(pointer); }
-void operator delete[](void* pointer) noexcept { release(pointer); }
-void operator delete(void* pointer, std::size_t) noexcept { release(pointer); }
-void operator delete[](void* pointer, std::size_t) noexcept { release(pointer); }
-void operator delete(void* pointer, const std::nothrow_t&) noexcept { release(pointer); }
-void operator delete[](void* pointer, const std::nothrow_t&) noexcept { release(pointer); }
+#include "support/heap.h"
 
 namespace qor::test::zstd {
 namespace {
@@ -65,10 +20,7 @@ constexpr std::size_t kLargestBlock = 128 * kKiB;
 std::size_t memoryFor(const std::string& frame, std::uint64_t size, bool expected) {
     const std::vector<unsigned char> payload(frame.begin(), frame.end());
     ds::Vector<unsigned char> content;
-    const std::size_t before = inUse;
-    most = inUse;
-    EXPECT_EQ(impl::zstd::decode(payload, size, content), expected);
-    return most - before;
+    return peakOf([&] { EXPECT_EQ(impl::zstd::decode(payload, size, content), expected); });
 }
 
 std::string large(std::uint64_t contentSize) { return "28 b5 2f fd e0"_bytes.raw + number(contentSize, 8); }
@@ -122,16 +74,14 @@ TEST(ZstdMemory, OfRawAndRunBlocksIsTheResultAlone) {
 TEST(ZstdMemory, RefusedMakesDecodingFail) {
     const std::string frame = header() + rawBlock("abc", Last::No) + codedBlock(5000, Last::No) + runBlock('x', 100);
     const std::vector<unsigned char> payload(frame.begin(), frame.end());
-    long refused = 0;
-    for (;; ++refused) {
+    std::uint64_t granted = 0;
+    for (;; ++granted) {
         ds::Vector<unsigned char> content;
-        allowed = refused;
-        const bool isDecoded = impl::zstd::decode(payload, 5103, content);
-        allowed = -1;
-        if (isDecoded) break;
-        ASSERT_LT(refused, 100);
+        const RefusedRequests refused(granted + 1, true);
+        if (impl::zstd::decode(payload, 5103, content)) break;
+        ASSERT_LT(granted, 100u);
     }
-    EXPECT_GE(refused, 3);
+    EXPECT_GE(granted, 3u);
 }
 
 }  // namespace
