@@ -19,7 +19,8 @@ namespace stdfs = std::filesystem;
 using namespace std::literals;
 
 TEST(CountedHeap, CountsAndRefuses) {
-    EXPECT_GE(peakOf([] { std::string text(5000, 'x'); }), 5000u);
+    // Called by name, since a compiler may leave out a string that nobody looks at.
+    EXPECT_EQ(peakOf([] { operator delete(operator new(5000)); }), 5000u);
     EXPECT_EQ(operator new(Heap::kTooLarge, std::nothrow), nullptr);
 }
 
