@@ -125,8 +125,7 @@ inline constexpr DataType kDataTypeOf<math::Mat4i> = DataType::Mat4i;
 
 /// What has an element type: the scalars, and the value types of qor::math that the catalogue names.
 template <typename T>
-concept TypedValue = impl::kDataTypeOf<std::remove_cv_t<T>>
-!= DataType::Null;
+concept TypedValue = (impl::kDataTypeOf<std::remove_cv_t<T>> != DataType::Null);
 
 /// The element type of a C++ type. Any other is a compile error.
 template <TypedValue T>

@@ -1,4 +1,4 @@
-// The file layer: life cycle, transport, scalars, texts and blocks, in the order of the header.
+// The file layer: life cycle, transport, scalars, texts, blocks, typed arrays and records, in the order of the header.
 //
 // Every byte passes through `writeInternal` or `readInternal`, and with them through the one staging buffer; the
 // reading of a whole text is the only exception. Which calls the stream receives, in which order and of which sizes, is
@@ -610,7 +610,7 @@ bool File::readBlock(Take take) {
     return (isWhole && take(content)) || fail(figures(kDecompressFailed, payloadSize, size));
 }
 
-// Of what stands in a header all is read by the same steps, so that the first wrong byte is the last one consumed.
+// Each byte is looked at as it is read, so that the first wrong one is the last that is consumed.
 bool File::readBlockHeader(unsigned long& size, unsigned long& payloadSize) {
     return readMark(kBlockMark) && readMark(kBlockKind) && readMark(kBlockMark) &&  //
            readBlockLength(size) && readBlockLength(payloadSize);

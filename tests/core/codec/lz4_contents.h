@@ -6,11 +6,13 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "qor/core/codec/bytes.h"
+#include "qor/core/codec/lz4_frame.h"
 #include "qor/core/vector.h"
 
 namespace qor::test {
@@ -28,6 +30,22 @@ inline ds::Vector<unsigned char> ownBytes(std::string_view text) {
     EXPECT_TRUE(bytes.resize(text.size()));
     std::copy(text.begin(), text.end(), bytes.begin());
     return bytes;
+}
+
+/// The frame of `content`.
+inline std::string encodedFrame(std::string_view content) {
+    ds::Vector<unsigned char> payload;
+    EXPECT_TRUE(impl::lz4::encode(view(content), payload));
+    return asString(payload);
+}
+
+/// What a frame holds, if it is one of `size` bytes.
+inline std::optional<std::string> decodedFrame(std::string_view frame, std::uint64_t size) {
+    const auto own = ownBytes(frame);
+    ds::Vector<unsigned char> content;
+    if (!impl::lz4::decode(view(own), size, content)) return std::nullopt;
+    EXPECT_EQ(content.size(), size);
+    return asString(content);
 }
 
 /// Numbers without a pattern, the same in every run.

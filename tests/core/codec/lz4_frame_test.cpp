@@ -21,20 +21,6 @@ using namespace std::string_literals;
 
 namespace lz4 = impl::lz4;
 
-std::string encoded(std::string_view content) {
-    ds::Vector<unsigned char> payload;
-    EXPECT_TRUE(lz4::encode(view(content), payload));
-    return asString(payload);
-}
-
-std::optional<std::string> decoded(std::string_view payload, std::uint64_t size) {
-    const auto own = ownBytes(payload);
-    ds::Vector<unsigned char> content;
-    if (!lz4::decode(view(own), size, content)) return std::nullopt;
-    EXPECT_EQ(content.size(), size);
-    return asString(content);
-}
-
 template <typename T>
 std::string number(T value) {
     unsigned char bytes[sizeof(T)];
@@ -107,7 +93,7 @@ TEST(Lz4Frame, FramesThatOthersMadeAreRead) {
          "04 22 4d 18 6c 40 e8 03 00 00 00 00 00 00 96 0e 00 00 00 1f 61 01 00 ff ff ff d2 50"
          "61 61 61 61 61 00 00 00 00 86 2b e8 37"_bytes},
     };
-    for (const auto& [content, frame] : kFrames) EXPECT_EQ(decoded(frame.raw, content.size()), content);
+    for (const auto& [content, frame] : kFrames) EXPECT_EQ(decodedFrame(frame.raw, content.size()), content);
 }
 
 // So that payloads are the same in every version and on every host.
@@ -123,8 +109,8 @@ TEST(Lz4Frame, FramesAreMadeByteForByte) {
          "61 61 61 61 61 00 00 00 00 86 2b e8 37"_bytes},
     };
     for (const auto& [content, frame] : kFrames) {
-        EXPECT_EQ(Bytes{encoded(content)}, frame);
-        EXPECT_EQ(decoded(frame.raw, content.size()), content);
+        EXPECT_EQ(Bytes{encodedFrame(content)}, frame);
+        EXPECT_EQ(decodedFrame(frame.raw, content.size()), content);
     }
 }
 
@@ -139,7 +125,7 @@ TEST(Lz4Frame, ContentOfEverySizeComesBack) {
     for (std::size_t size = 0; size <= 300; ++size) {
         for (const auto& [name, content] : contentsOf(size)) {
             SCOPED_TRACE(::testing::Message() << size << " bytes of " << name);
-            ASSERT_EQ(decoded(encoded(content), size), content);
+            ASSERT_EQ(decodedFrame(encodedFrame(content), size), content);
         }
     }
 }
@@ -149,7 +135,7 @@ TEST(Lz4Frame, ContentAroundTheBlockSizesComesBack) {
         for (const std::size_t size : std::initializer_list<std::size_t>{edge - 1, edge, edge + 1}) {
             for (const auto& [name, content] : contentsOf(size)) {
                 SCOPED_TRACE(::testing::Message() << size << " bytes of " << name);
-                ASSERT_TRUE(decoded(encoded(content), size) == content);
+                ASSERT_TRUE(decodedFrame(encodedFrame(content), size) == content);
             }
         }
     }
@@ -158,15 +144,15 @@ TEST(Lz4Frame, ContentAroundTheBlockSizesComesBack) {
 TEST(Lz4Frame, NoiseGrowsByTheFrameAlone) {
     for (const std::size_t size :
          std::initializer_list<std::size_t>{1, 13, 100, 65'533, 65'534, 65'535, 65'536, 1'000'000, 4'194'304}) {
-        EXPECT_EQ(encoded(noise(size)).size(), 15 + 4 + size + 8) << size;
+        EXPECT_EQ(encodedFrame(noise(size)).size(), 15 + 4 + size + 8) << size;
     }
-    EXPECT_EQ(encoded(noise(4'194'305)).size(), 15 + 4 + 4'194'304 + 4 + 1 + 8);
+    EXPECT_EQ(encodedFrame(noise(4'194'305)).size(), 15 + 4 + 4'194'304 + 4 + 1 + 8);
 }
 
 TEST(Lz4Frame, NoiseBesideTextLeavesTheTextSmall) {
     const std::string content = noise(5'000'000) + text(5'000'000);
-    EXPECT_LT(encoded(content).size(), 9'000'000u);
-    EXPECT_TRUE(decoded(encoded(content), content.size()) == content);
+    EXPECT_LT(encodedFrame(content).size(), 9'000'000u);
+    EXPECT_TRUE(decodedFrame(encodedFrame(content), content.size()) == content);
 }
 
 // Frames in every form that the flags allow, of blocks of every kind.
@@ -179,17 +165,17 @@ TEST(Lz4Frame, EveryCombinationOfFlagsIsRead) {
             Frame frame(kVersion | flags << 2, code << 4, sized ? std::optional(content.size()) : std::nullopt);
             frame.block(kAbc).stored("stored").stored("").block(std::string(1, '\0')).block(kAbc).stored("last");
             const std::string payload = frame.end(content);
-            EXPECT_EQ(decoded(payload, content.size()), content);
-            EXPECT_EQ(decoded(payload, content.size() - 1), std::nullopt) << "one byte less is expected";
-            EXPECT_EQ(decoded(payload, content.size() + 1), std::nullopt) << "one byte more is expected";
+            EXPECT_EQ(decodedFrame(payload, content.size()), content);
+            EXPECT_EQ(decodedFrame(payload, content.size() - 1), std::nullopt) << "one byte less is expected";
+            EXPECT_EQ(decodedFrame(payload, content.size() + 1), std::nullopt) << "one byte more is expected";
         }
     }
 }
 
 TEST(Lz4Frame, AFrameMayHaveNoBlocks) {
-    EXPECT_EQ(decoded(Frame(kVersion, k64KiB).end(""), 0), "");
-    EXPECT_EQ(decoded(Frame(kVersion, k64KiB).stored("").stored("").end(""), 0), "");
-    EXPECT_EQ(decoded(Frame(kVersion, k64KiB).end(""), 1), std::nullopt);
+    EXPECT_EQ(decodedFrame(Frame(kVersion, k64KiB).end(""), 0), "");
+    EXPECT_EQ(decodedFrame(Frame(kVersion, k64KiB).stored("").stored("").end(""), 0), "");
+    EXPECT_EQ(decodedFrame(Frame(kVersion, k64KiB).end(""), 1), std::nullopt);
 }
 
 TEST(Lz4Frame, AMatchInALinkedBlockReachesAcrossTheBlocksBeforeIt) {
@@ -205,8 +191,8 @@ TEST(Lz4Frame, AMatchInALinkedBlockReachesAcrossTheBlocksBeforeIt) {
         "0123456789abcdefghij"
         "end";
     const auto blocks = [&](Frame frame) { return frame.stored("0123456789abcdefghij").stored("!").block(match); };
-    EXPECT_EQ(decoded(blocks({kVersion | kContentChecksum, k64KiB}).end(content), content.size()), content);
-    EXPECT_EQ(decoded(blocks({kVersion | kContentChecksum | kIndependent, k64KiB}).end(content), content.size()),
+    EXPECT_EQ(decodedFrame(blocks({kVersion | kContentChecksum, k64KiB}).end(content), content.size()), content);
+    EXPECT_EQ(decodedFrame(blocks({kVersion | kContentChecksum | kIndependent, k64KiB}).end(content), content.size()),
               std::nullopt);
 }
 
@@ -225,9 +211,9 @@ TEST(Lz4Frame, EachBlockMayHoldTheLargestSizeAndNoMore) {
             const std::string content(size, 'a');
             const bool fits = size == most;
             const std::string payload = Frame(kVersion, code << 4).block(run(size)).stored("!").end("");
-            EXPECT_EQ(decoded(payload, size + 1) == content + "!", fits) << "code " << code << ", " << size;
+            EXPECT_EQ(decodedFrame(payload, size + 1) == content + "!", fits) << "code " << code << ", " << size;
             const std::string storedPayload = Frame(kVersion, code << 4).stored(content).stored("!").end("");
-            EXPECT_EQ(decoded(storedPayload, size + 1) == content + "!", fits) << "stored, code " << code;
+            EXPECT_EQ(decodedFrame(storedPayload, size + 1) == content + "!", fits) << "stored, code " << code;
         }
     }
 }
@@ -243,7 +229,7 @@ TEST(Lz4Frame, DamagedFramesAreRefused) {
     const std::string& content = kAbcContent;
     const std::size_t size = content.size();
     const std::string whole = Frame(kOurs, k64KiB, size).block(kAbc).end(content);
-    ASSERT_EQ(decoded(whole, size), content) << "what the rows are damaged from";
+    ASSERT_EQ(decodedFrame(whole, size), content) << "what the rows are damaged from";
     const auto damaged = [&](std::size_t at) {
         std::string payload = whole;
         payload[at] = static_cast<char>(payload[at] ^ 1);
@@ -311,25 +297,25 @@ TEST(Lz4Frame, DamagedFramesAreRefused) {
         {"02 21 4c 18"_bytes.raw + whole.substr(15), size, "a frame of the format before this one"},
     };
     for (const auto& [payload, claimed, reason] : kRefused) {
-        EXPECT_EQ(decoded(payload, claimed), std::nullopt) << reason;
+        EXPECT_EQ(decodedFrame(payload, claimed), std::nullopt) << reason;
     }
 }
 
 TEST(Lz4Frame, AWrongBlockChecksumIsRefused) {
     for (const std::string& frame : {Frame(kVersion | kBlockChecksums, k64KiB).block(kAbc).end(""),
                                      Frame(kVersion | kBlockChecksums, k64KiB).stored(kAbcContent).end("")}) {
-        EXPECT_EQ(decoded(frame, kAbcContent.size()), kAbcContent);
+        EXPECT_EQ(decodedFrame(frame, kAbcContent.size()), kAbcContent);
         for (std::size_t i = 5; i <= 8; ++i) {
             std::string changed = frame;
             changed[frame.size() - i] = static_cast<char>(changed[frame.size() - i] ^ 0x40);
-            EXPECT_EQ(decoded(changed, kAbcContent.size()), std::nullopt) << i << " from the end";
+            EXPECT_EQ(decodedFrame(changed, kAbcContent.size()), std::nullopt) << i << " from the end";
         }
     }
 }
 
 std::vector<Content> smallFrames() {
     std::vector<Content> frames;
-    for (const auto& [name, content] : contentsOf(150)) frames.push_back({content, encoded(content)});
+    for (const auto& [name, content] : contentsOf(150)) frames.push_back({content, encodedFrame(content)});
     Frame frame(kVersion | kBlockChecksums | kContentChecksum, k64KiB);
     frames.push_back({kAbcContent + "stored" + kAbcContent,
                       frame.block(kAbc).stored("stored").block(kAbc).end(kAbcContent + "stored" + kAbcContent)});
@@ -339,7 +325,7 @@ std::vector<Content> smallFrames() {
 TEST(Lz4Frame, EveryPrefixIsRefused) {
     for (const auto& [content, frame] : smallFrames()) {
         for (std::size_t size = 0; size < frame.size(); ++size) {
-            ASSERT_EQ(decoded(frame.substr(0, size), content.size()), std::nullopt) << size << " bytes";
+            ASSERT_EQ(decodedFrame(frame.substr(0, size), content.size()), std::nullopt) << size << " bytes";
         }
     }
 }
@@ -351,7 +337,7 @@ TEST(Lz4Frame, NoChangedBitChangesTheContent) {
         for (std::size_t bit = 0; bit < frame.size() * 8; ++bit) {
             std::string changed = frame;
             changed[bit / 8] = static_cast<char>(changed[bit / 8] ^ 1 << bit % 8);
-            const auto restored = decoded(changed, content.size());
+            const auto restored = decodedFrame(changed, content.size());
             if (restored) {
                 ASSERT_EQ(restored, content) << "byte " << bit / 8 << ", bit " << bit % 8;
             }
@@ -386,9 +372,9 @@ TEST(Lz4Frame, MemoryGrowsWithWhatIsProduced) {
 TEST(Lz4Frame, ContentThatGrowsManyTimesItsPayloadComesBack) {
     for (const std::size_t size : std::initializer_list<std::size_t>{2'000'000, 10'000'000, 50'000'000}) {
         const std::string content = std::string(size / 2, 'a') + "!" + std::string(size / 2, 'b');
-        const std::string payload = encoded(content);
+        const std::string payload = encodedFrame(content);
         EXPECT_LT(payload.size(), size / 200);
-        EXPECT_TRUE(decoded(payload, content.size()) == content) << size;
+        EXPECT_TRUE(decodedFrame(payload, content.size()) == content) << size;
     }
 }
 

@@ -19,19 +19,6 @@ namespace {
 
 namespace lz4 = impl::lz4;
 
-std::string encoded(std::string_view content) {
-    ds::Vector<unsigned char> payload;
-    EXPECT_TRUE(lz4::encode(view(content), payload));
-    return asString(payload);
-}
-
-std::optional<std::string> decoded(std::string_view payload, std::uint64_t size) {
-    const auto own = ownBytes(payload);
-    ds::Vector<unsigned char> content;
-    if (!lz4::decode(view(own), size, content)) return std::nullopt;
-    return asString(content);
-}
-
 std::string peerEncoded(std::string_view content, const LZ4F_preferences_t& preferences) {
     std::string frame(LZ4F_compressFrameBound(content.size(), &preferences), '\0');
     const std::size_t size =
@@ -60,12 +47,12 @@ const std::size_t kSizes[] = {0, 1, 12, 13, 100, 5000, 65'535, 65'536, 65'537, 3
 TEST(Lz4Peer, ReadsOurFrames) {
     for (std::size_t size = 0; size <= 300; ++size) {
         for (const auto& [name, content] : contentsOf(size)) {
-            ASSERT_EQ(peerDecoded(encoded(content), size), content) << size << " bytes of " << name;
+            ASSERT_EQ(peerDecoded(encodedFrame(content), size), content) << size << " bytes of " << name;
         }
     }
     for (const std::size_t size : kSizes) {
         for (const auto& [name, content] : contentsOf(size)) {
-            ASSERT_TRUE(peerDecoded(encoded(content), size) == content) << size << " bytes of " << name;
+            ASSERT_TRUE(peerDecoded(encodedFrame(content), size) == content) << size << " bytes of " << name;
         }
     }
 }
@@ -73,7 +60,7 @@ TEST(Lz4Peer, ReadsOurFrames) {
 TEST(Lz4Peer, ReadsOurFramesOfSeveralBlocks) {
     for (const std::size_t size : std::initializer_list<std::size_t>{0x400000 - 1, 0x400000, 0x400000 + 1, 0x900000}) {
         for (const auto& [name, content] : contentsOf(size)) {
-            ASSERT_TRUE(peerDecoded(encoded(content), size) == content) << size << " bytes of " << name;
+            ASSERT_TRUE(peerDecoded(encodedFrame(content), size) == content) << size << " bytes of " << name;
         }
     }
 }
@@ -81,7 +68,7 @@ TEST(Lz4Peer, ReadsOurFramesOfSeveralBlocks) {
 TEST(Lz4Peer, ReadsOurFramesOfEveryPeriod) {
     for (std::size_t period = 1; period <= 300; ++period) {
         const std::string content = periodic(10 * period + 50, period);
-        ASSERT_EQ(peerDecoded(encoded(content), content.size()), content) << "period " << period;
+        ASSERT_EQ(peerDecoded(encodedFrame(content), content.size()), content) << "period " << period;
     }
 }
 
@@ -92,7 +79,8 @@ TEST(Lz4Peer, ItsFramesOfEveryLevelAreRead) {
                 LZ4F_preferences_t preferences = LZ4F_INIT_PREFERENCES;
                 preferences.compressionLevel = level;
                 const std::string frame = peerEncoded(content, preferences);
-                ASSERT_TRUE(decoded(frame, size) == content) << "level " << level << ", " << size << " of " << name;
+                ASSERT_TRUE(decodedFrame(frame, size) == content)
+                    << "level " << level << ", " << size << " of " << name;
             }
         }
     }
@@ -114,7 +102,7 @@ TEST(Lz4Peer, ItsFramesOfEveryFormAreRead) {
                         preferences.frameInfo.blockChecksumFlag =
                             (options & 4) != 0 ? LZ4F_blockChecksumEnabled : LZ4F_noBlockChecksum;
                         const std::string frame = peerEncoded(content, preferences);
-                        ASSERT_TRUE(decoded(frame, size) == content)
+                        ASSERT_TRUE(decodedFrame(frame, size) == content)
                             << "block size " << blockSize << ", mode " << blockMode << ", options " << options << ", "
                             << size << " bytes of " << name;
                     }
@@ -145,7 +133,7 @@ TEST(Lz4Peer, ItsFramesOfManyShortBlocksAreRead) {
             size += LZ4F_compressEnd(context, &frame[size], frame.size() - size, nullptr);
             LZ4F_freeCompressionContext(context);
             frame.resize(size);
-            ASSERT_TRUE(decoded(frame, content.size()) == content) << "mode " << blockMode << ", " << name;
+            ASSERT_TRUE(decodedFrame(frame, content.size()) == content) << "mode " << blockMode << ", " << name;
         }
     }
 }
@@ -178,7 +166,7 @@ TEST(Lz4Peer, ReadsWhatIsStillReadOfAFrameWithAChangedByte) {
             for (int change = 1; change < 256; ++change) {
                 std::string changed = frame;
                 changed[at] = static_cast<char>(changed[at] ^ change);
-                const auto restored = decoded(changed, content.size());
+                const auto restored = decodedFrame(changed, content.size());
                 if (restored) {
                     ASSERT_EQ(peerDecoded(changed, content.size()), restored) << name << ", " << at << " ^ " << change;
                 }
