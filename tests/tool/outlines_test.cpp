@@ -94,17 +94,19 @@ TEST(Shifts, NoLineIsDrawnNever) { EXPECT_THAT(shiftsOf({}), IsEmpty()); }
 //     2 | 3
 World fourSquares() {
     World world;
-    world.transform = {1, 0, 0, 0, 1, 0};
+    world.toDegrees = {1, 0, 0, 0, 1, 0, 0, 0, 1};
     world.points = {{1, 0},  {0, 1},  {0, -1}, {-1, 0},  // around 0 and the borders of 0: up (0), left (1)
                     {0, 0},  {0, 1},  {0, 0},  {1, 0},   // borders: up, right
                     {0, 0},  {0, -1}, {0, 0},  {-1, 0},  // borders: down, left
                     {90, 0}, {1, 0}};                    // an island
-    world.arcStarts = {0, 4, 6, 8, 10, 12, 14};
+    world.arcEnds = {4, 6, 8, 10, 12, 14};
+    world.arcCount = 6;
     world.names = {"0", "1", "2", "3", "4"};
     world.ids = {0, 1, 2, 3, 4};
-    world.polygonStarts = {0, 1, 2, 3, 4, 5};
-    world.ringStarts = {0, 1, 2, 3, 4, 5};
-    world.indexStarts = {0, 2, 4, 6, 8, 9};
+    world.countryCount = 5;
+    world.polygonEnds = {1, 2, 3, 4, 5};
+    world.ringEnds = {1, 2, 3, 4, 5};
+    world.indexEnds = {2, 4, 6, 8, 9};
     world.arcIndexes = {1, 4, ~1, 2, ~4, 3, ~3, ~2, 5};
     return world;
 }
@@ -128,13 +130,35 @@ TEST(Colours, CountriesThatAreNearHaveDifferentOnesWhileThereAreEnough) {
     EXPECT_NE(colours[1], colours[2]);
 }
 
+TEST(Colours, AreOpaqueAndDifferAcrossABorder) {
+    const std::vector<Rgbad> colours = coloursOf(fourSquares());
+    ASSERT_EQ(colours.size(), 5);
+    for (const Rgbad& colour : colours) EXPECT_EQ(colour[3], 1);
+    EXPECT_FALSE(colours[0] == colours[1]);
+    EXPECT_FALSE(colours[0] == colours[2]);
+}
+
+TEST(Colours, AntarcticaIsAsWhiteAsIce) {
+    World world = fourSquares();
+    world.ids[3] = 10;
+    EXPECT_EQ(coloursOf(world)[3], Rgbad(247 / 255.0, 249 / 255.0, 250 / 255.0, 1));
+}
+
+TEST(Ends, ThingsBeginWhereThoseBeforeThemEnd) {
+    const std::vector<int> ends = {4, 4, 9};
+    EXPECT_EQ(startOf(ends, 0), 0);
+    EXPECT_EQ(startOf(ends, 1), 4);
+    EXPECT_EQ(startOf(ends, 2), 4);
+    EXPECT_EQ(startOf(ends, 3), 9);
+}
+
 TEST(Rings, ArcsAreJoinedAtTheirCommonPointsForwardsAndBackwards) {
     World world = fourSquares();
     const std::vector<Line> arcs = {{{0, 0}, {5, 0}, {5, 5}}, {{0, 0}, {0, 5}, {5, 5}}};
     world.arcIndexes = {0, ~1};
-    world.indexStarts = {0, 2};
-    world.ringStarts = {0, 1};
-    world.polygonStarts = {0, 1};
+    world.indexEnds = {2};
+    world.ringEnds = {1};
+    world.polygonEnds = {1};
     EXPECT_THAT(ringsOf(world, arcs, 0), ElementsAre(Line{{0, 0}, {5, 0}, {5, 5}, {0, 5}, {0, 0}}));
 }
 

@@ -4,6 +4,7 @@ Blocks are expanded by the command-line tools `lz4` and `zstd`, and by Python's 
 """
 
 import base64
+import itertools
 import json
 import math
 import os
@@ -27,6 +28,15 @@ LARGE = os.path.join(DATA, "countries-50m.json")
 OUTPUTS = ["names.txt", "world.lz4.qbin", "world.png", "world.qbin", "world.svg", "world.txt", "world.zlib.qbin",
            "world.zstd.qbin", "world.zstd.txt"]
 FORMS_OF_BLOCKS = [name for name in OUTPUTS if name.count(".") == 2]
+
+LAYOUT = (
+    "title:String, toDegrees:Mat3d, "
+    "countryCount:UInt64, polygonCount:UInt64, ringCount:UInt64, indexCount:UInt64, arcCount:UInt64, "
+    "pointCount:UInt64, "
+    "names:String[countryCount], ids:Int32[countryCount], colours:Rgbad[countryCount], "
+    "polygonEnds:Int32[countryCount], ringEnds:Int32[polygonCount], indexEnds:Int32[ringCount], "
+    "arcIndexes:Int32[indexCount], arcEnds:Int32[arcCount], points:Vec2i[pointCount], "
+    "thumbnail:Rgba8[32768]")
 
 ALL_WELL, DIFFERS, WRONG_USAGE, CANNOT = 0, 1, 2, 3
 
@@ -98,6 +108,15 @@ class ToolTest(unittest.TestCase):
     def blocks(self, name):
         return blocks_of(name, content(self.output(name)))
 
+    def world(self):
+        return WorldFile(content(self.output("world.qbin")))
+
+    def parts(self, topology):
+        """The struct code and the values of each part: those of the source, and those that were chosen and drawn."""
+        world = self.world()
+        values = {**world.values, **values_of(topology)}
+        return [(code, values[name]) for name, code in world.codes.items()]
+
     def outputs(self):
         """Every file in the output folder, the hidden ones too, with its bytes."""
         return {name: content(self.output(name)) for name in sorted(os.listdir(self.out))}
@@ -114,6 +133,15 @@ class ToolTest(unittest.TestCase):
             put(self.output(name), "old " + name)
         return self.outputs()
 
+    def assertBinaryForm(self, topology):
+        *arrays, (_, thumbnail) = self.parts(topology)
+        expected = b"".join(packed(code, values) for code, values in arrays)
+        whole = content(self.output("world.qbin"))
+        self.assertEqual(whole[:len(expected)], expected)
+        block = Block("world.lz4.qbin", whole, len(expected))
+        self.assertEqual((block.content(), block.end), (bytes(thumbnail), len(whole)))
+        self.assertEqual(len(thumbnail), 4 * Thumbnail.WIDTH * Thumbnail.HEIGHT)
+
     def assertRefused(self, result, code, *texts):
         self.assertEqual(result.code, code, result.err)
         self.assertTrue(result.err.startswith("qor: "), result.err)
@@ -129,7 +157,7 @@ class CommandLine(ToolTest):
                 result = run(*arguments)
                 self.assertEqual((result.code, result.err), (ALL_WELL, ""))
                 self.assertIn("Usage: qor", result.out)
-                self.assertIn("Exit codes: 0 all well, 1 a value differs, 2 wrong usage, 3 cannot", result.out)
+                self.assertIn("Exit codes: 0 all well, 1 a value differs", result.out)
 
     def test_help_of_a_command_names_its_options(self):
         text = run("world", "--help").out
@@ -228,15 +256,17 @@ class Results(ToolTest):
 
     def test_the_binary_form_has_the_documented_bytes(self):
         for source in self.each_source():
-            self.assertEqual(content(self.output("world.qbin")), binary_form(load(source)))
+            self.assertBinaryForm(load(source))
 
-    def test_the_text_form_has_the_same_numbers_one_space_between_any_two(self):
+    def test_the_text_form_has_the_same_numbers_one_space_between_any_two_and_the_thumbnail_as_a_block(self):
         for source in self.each_source():
-            text = content(self.output("world.txt")).decode("ascii")
-            numbers = numbers_of(load(source))
-            words = text.split(" ")
-            self.assertEqual([float(word) for word in words], [float(number) for number in numbers])
-            self.assertEqual(words[6:], [str(number) for number in numbers[6:]])
+            *words, thumbnail = content(self.output("world.txt")).decode("ascii").split(" ")
+            numbers = [number for code, values in self.parts(load(source))[:-1] if code != "s" for number in values]
+            self.assertEqual([float(word) for word in words], numbers)
+            whole = [(word, number) for word, number in zip(words, numbers) if isinstance(number, int)]
+            self.assertEqual([word for word, _ in whole], [str(number) for _, number in whole])
+            self.assertEqual([block.content() for block in blocks_of("world.lz4.txt", thumbnail.encode())],
+                             [self.blocks("world.zlib.qbin")[-1].content()])
 
     def test_the_names_stand_one_to_a_line_below_the_title(self):
         for source in self.each_source():
@@ -244,14 +274,12 @@ class Results(ToolTest):
             expected = "".join(name + "\n" for name in [title_of(topology)] + names_of(topology))
             self.assertEqual(content(self.output("names.txt")).decode("utf-8"), expected)
 
-    def test_each_form_of_blocks_has_the_documented_bytes_and_a_thumbnail(self):
+    def test_each_form_of_blocks_has_the_documented_bytes(self):
         for source in self.each_source():
-            expected = block_contents(load(source))
+            expected = [block_content(*part) for part in self.parts(load(source))]
             for name in FORMS_OF_BLOCKS:
                 with self.subTest(name):
-                    *contents, thumbnail = [block.content() for block in self.blocks(name)]
-                    self.assertEqual(contents, expected)
-                    self.assertEqual(len(thumbnail), 4 * Thumbnail.WIDTH * Thumbnail.HEIGHT)
+                    self.assertEqual([block.content() for block in self.blocks(name)], expected)
 
     def test_each_form_of_blocks_is_smaller_than_the_one_without(self):
         self.make(LARGE)
@@ -285,16 +313,17 @@ class Results(ToolTest):
         topology["objects"]["countries"]["geometries"].append(
             {"type": None, "id": -99, "properties": {"name": "Atlantis & <sons>"}})
         self.make(put(self.path("more.json"), json.dumps(topology)))
-        self.assertEqual(content(self.output("world.qbin")), binary_form(topology))
+        self.assertBinaryForm(topology)
 
     def test_a_world_without_countries_is_stored_like_any_other(self):
         topology = load(SMALL)
         topology["objects"]["countries"]["geometries"] = []
         topology["arcs"] = []
         self.make(put(self.path("empty.json"), json.dumps(topology)))
-        self.assertEqual(content(self.output("world.qbin")), binary_form(topology))
+        self.assertBinaryForm(topology)
         for name in FORMS_OF_BLOCKS:
-            self.assertEqual([block.content() for block in self.blocks(name)][:-1], block_contents(topology))
+            self.assertEqual([block.content() for block in self.blocks(name)],
+                             [block_content(*part) for part in self.parts(topology)])
 
 
 def title_of(topology):
@@ -305,69 +334,84 @@ def names_of(topology):
     return [country["properties"]["name"] for country in topology["objects"]["countries"]["geometries"]]
 
 
-def starts(counts):
-    places = [0]
-    for count in counts:
-        places.append(places[-1] + count)
-    return places
+def ends(counts):
+    return list(itertools.accumulate(counts))
 
 
-def tables_of(topology):
-    """The tables of a form in their order: struct code of an item, and the items."""
+def values_of(topology):
+    """What each part holds according to the source; its colours and its thumbnail stand in none."""
     countries = topology["objects"]["countries"]["geometries"]
     arcs = topology["arcs"]
+    (sx, sy), (tx, ty) = topology["transform"]["scale"], topology["transform"]["translate"]
     polygons_by_type = {"Polygon": lambda c: [c["arcs"]], "MultiPolygon": lambda c: c["arcs"], None: lambda c: []}
     outlines = [polygons_by_type[country["type"]](country) for country in countries]
     polygons = [polygon for outline in outlines for polygon in outline]
     rings = [ring for polygon in polygons for ring in polygon]
-    return [
-        ("I", starts(len(arc) for arc in arcs)),
-        ("ii", [tuple(point) for arc in arcs for point in arc]),
-        ("name", names_of(topology)),
-        ("i", [int(country.get("id", -1)) for country in countries]),
-        ("I", starts(len(outline) for outline in outlines)),
-        ("I", starts(len(polygon) for polygon in polygons)),
-        ("I", starts(len(ring) for ring in rings)),
-        ("i", [index for ring in rings for index in ring]),
-    ]
+    indexes = [index for ring in rings for index in ring]
+    points = [point for arc in arcs for point in arc]
+    return {
+        "title": [title_of(topology)],
+        "toDegrees": [float(number) for number in (sx, 0, tx, 0, sy, ty, 0, 0, 1)],
+        "countryCount": [len(countries)], "polygonCount": [len(polygons)], "ringCount": [len(rings)],
+        "indexCount": [len(indexes)], "arcCount": [len(arcs)], "pointCount": [len(points)],
+        "names": names_of(topology),
+        "ids": [int(country.get("id", -1)) for country in countries],
+        "polygonEnds": ends(len(outline) for outline in outlines),
+        "ringEnds": ends(len(polygon) for polygon in polygons),
+        "indexEnds": ends(len(ring) for ring in rings),
+        "arcIndexes": indexes,
+        "arcEnds": ends(len(arc) for arc in arcs),
+        "points": [step for point in points for step in point[:2]],
+    }
 
 
-def transform_of(topology):
-    (sx, sy), (tx, ty) = topology["transform"]["scale"], topology["transform"]["translate"]
-    return [sx, 0, tx, 0, sy, ty]
+class WorldFile:
+    """world.qbin, taken apart as LAYOUT says: where each part begins, and the numbers or texts in it."""
+
+    NUMBERS = {"Mat3d": "9d", "UInt64": "Q", "Int32": "i", "Rgbad": "4d", "Vec2i": "2i", "Rgba8": "4B"}
+
+    def __init__(self, data):
+        self.data, self.at, self.starts, self.values, self.codes = data, 0, {}, {}, {}
+        for name, kind, count in re.findall(r"(\w+):(\w+)(?:\[(\w+)\])?", LAYOUT):
+            number = 1 if not count else int(count) if count.isdigit() else self.values[count][0]
+            self.starts[name] = self.at
+            self.codes[name] = "s" if kind == "String" else self.NUMBERS[kind][-1]
+            self.values[name] = self.take(kind, number)
+        assert self.at == len(data), f"{len(data) - self.at} bytes after the last part"
+
+    def take(self, kind, count):
+        if kind == "String":
+            return [self.text() for _ in range(count)]
+        if kind == "Rgba8":  # its bytes are compressed
+            block = Block("world.lz4.qbin", self.data, self.at)
+            self.at = block.end
+            return list(block.content())
+        size = struct.calcsize("<" + self.NUMBERS[kind])
+        numbers = struct.unpack_from("<" + self.NUMBERS[kind] * count, self.data, self.at)
+        self.at += count * size
+        return list(numbers)
+
+    def text(self):
+        size, = struct.unpack_from("<Q", self.data, self.at)
+        self.at += 8 + size
+        return self.data[self.at - size:self.at].decode()
 
 
-def text_record(text):
-    return struct.pack("<Q", len(text.encode())) + text.encode()
+def shown(number):
+    """A number in the words of the tool: the fewest digits that tell it from any other."""
+    return repr(number).removesuffix(".0")
 
 
-def binary_form(topology):
-    form = text_record(title_of(topology)) + struct.pack("<6d", *transform_of(topology))
-    for code, items in tables_of(topology):
-        form += struct.pack("<Q", len(items))
-        if code == "name":
-            form += b"".join(text_record(name) for name in items)
-        elif code == "ii":
-            form += b"".join(struct.pack("<ii", *point) for point in items)
-        else:
-            form += struct.pack(f"<{len(items)}{code}", *items)
-    return form
-
-
-def numbers_of(topology):
-    numbers = transform_of(topology)
-    for code, items in tables_of(topology):
-        numbers.append(len(items))
-        if code == "ii":
-            numbers += [step for point in items for step in point]
-        elif code != "name":
-            numbers += items
-    return numbers
+def packed(code, values):
+    """Texts as records, numbers one after the other."""
+    if code == "s":
+        return b"".join(struct.pack("<Q", len(text.encode())) + text.encode() for text in values)
+    return struct.pack(f"<{len(values)}{code}", *values)
 
 
 def planes(code, numbers):
     """The first bytes of all numbers, then the second bytes, and so on."""
-    data, size = struct.pack(f"<{len(numbers)}{code}", *numbers), struct.calcsize(code)
+    data, size = packed(code, numbers), struct.calcsize(code)
     return b"".join(data[i::size] for i in range(size))
 
 
@@ -375,22 +419,11 @@ def folded(number):
     return 2 * number if number >= 0 else -2 * number - 1
 
 
-def lines(texts):
-    return "".join(text + "\n" for text in texts).encode()
-
-
-def block_contents(topology):
-    """What the blocks hold, without the thumbnail."""
-    contents = [lines([title_of(topology)]), planes("d", transform_of(topology))]
-    for code, items in tables_of(topology):
-        if code == "name":
-            contents.append(lines(items))
-        elif code == "I":
-            contents.append(planes("I", items))
-        else:
-            numbers = [number for item in items for number in item] if code == "ii" else items
-            contents.append(planes("I", [folded(number) for number in numbers]))
-    return contents
+def block_content(code, values):
+    """What the block of a part holds."""
+    if code == "s":
+        return "".join(text + "\n" for text in values).encode()
+    return planes("I", [folded(number) for number in values]) if code == "i" else planes(code, values)
 
 
 class Block:
@@ -426,6 +459,13 @@ def block_header(name, size, payload_size):
     return b".1." + b".".join(lengths) + b"."
 
 
+def block_of(name, data):
+    """A block that can stand in a form of blocks, of whatever kind its others are."""
+    payload = zlib.compress(data) if data else b""
+    payload = base64.b64encode(payload) if name.endswith(".txt") else payload
+    return block_header(name, len(data), len(payload)) + payload
+
+
 def blocks_of(name, data):
     blocks = []
     while not blocks or blocks[-1].end < len(data):
@@ -442,6 +482,24 @@ class Pictures(ToolTest):
         titles = [path.find(space + "title").text for path in root.iter(space + "path") if len(path)]
         self.assertEqual(titles, names_of(load(LARGE)))
         self.assertEqual(root.get("viewBox"), f"0 0 {root.get('width')} {root.get('height')}")
+
+    def test_the_svg_has_the_colour_of_each_country(self):
+        self.make(LARGE)
+        root = xml.etree.ElementTree.parse(self.output("world.svg")).getroot()
+        fills = [path.get("fill") for path in root.iter("{http://www.w3.org/2000/svg}path") if len(path)]
+        parts = [int(fill[i:i + 2], 16) / 255 if i < 7 else 1.0 for fill in fills for i in (1, 3, 5, 7)]
+        self.assertEqual(self.world().values["colours"], parts)
+
+    def test_countries_with_a_border_in_common_have_different_colours(self):
+        for source in (SMALL, LARGE):
+            self.make(source)
+            values = self.world().values
+            colours = list(zip(*[iter(values["colours"])] * 4))
+            borders = borders_of(load(source))
+            self.assertGreater(len(borders), 100)
+            for one, other in borders:
+                self.assertNotEqual(colours[one], colours[other], (values["names"][one], values["names"][other]))
+            shutil.rmtree(self.out)
 
     def test_the_svg_escapes_what_xml_would_take_for_its_own(self):
         topology = load(SMALL)
@@ -506,6 +564,14 @@ class Pictures(ToolTest):
         shutil.rmtree(self.out)
         self.make()
         self.assertEqual(self.outputs(), first)
+
+
+def borders_of(topology):
+    """The pairs of countries that share an arc."""
+    def arcs_in(lists):
+        return {max(lists, ~lists)} if isinstance(lists, int) else set().union(*map(arcs_in, lists))
+    bounded = [arcs_in(country["arcs"]) for country in topology["objects"]["countries"]["geometries"]]
+    return [pair for pair in itertools.combinations(range(len(bounded)), 2) if bounded[pair[0]] & bounded[pair[1]]]
 
 
 def projected(longitude, latitude):
@@ -739,8 +805,9 @@ class CannotWrite(ToolTest):
         topology["arcs"].append([[0, 0], [1, 1]] + [[1, 0], [-1, 0]] * 200000)
         source = put(self.path("large.json"), json.dumps(topology))
         result = run("world", source, "-o", self.out, preexec=lambda: limit_files(100000))
-        self.assertRefused(result, CANNOT, f"qor: {self.output('world.qbin')}: Fwrite failed. Requested 104857")
-        self.assertIn(", read 100000. (File too large; ", result.err)
+        self.assertRefused(result, CANNOT)
+        self.assertRegex(result.err, rf"^qor: {self.output('world.qbin')}: Fwrite failed\. Requested 1048576, "
+                                     r"read \d+\. \(File too large; ")
 
     def test_a_full_disk_leaves_the_old_outputs(self):
         old = self.make_old()
@@ -878,16 +945,7 @@ class Check(ToolTest):
         self.assertEqual(result.err, f"qor: {self.output(name)}: {what}\n")
         self.assertIn(f"Different from the source: {name}\n", result.out)
 
-    def offsets(self):
-        """Where the title's characters, the transform, and the count of each table begin in the binary form."""
-        transform = len(text_record(title_of(self.topology)))
-        at, places = transform + 48, [8, transform]
-        for code, items in tables_of(self.topology):
-            places.append(at)
-            size = sum(len(text_record(name)) for name in items) if code == "name" else 4 * len(code) * len(items)
-            at += 8 + size
-        self.assertEqual(at, os.path.getsize(self.output("world.qbin")))
-        return places
+    BEYOND = "in the source, and cannot be read back: Attempted to read beyond file size."
 
     def test_results_that_are_whole_are_the_same(self):
         result = self.check()
@@ -896,88 +954,114 @@ class Check(ToolTest):
         self.assertRegex(result.out, r"(?m)^binary +world\.qbin .* - +\d+\.\d ms$")
 
     def test_a_byte_changed_in_each_part_of_the_binary_form_is_named(self):
-        title, transform, arc_starts, points, names, ids, polygons, rings, indexes, arcs = self.offsets()
         whole = content(self.output("world.qbin"))
-        first_id = int(self.topology["objects"]["countries"]["geometries"][0]["id"])
+        world = self.world()
+        x, y = world.values["points"][34:36]
+        red = world.values["colours"][0]
+        next_red = struct.unpack("<d", (struct.unpack("<Q", struct.pack("<d", red))[0] ^ 1).to_bytes(8, "little"))[0]
+        first = {name: values[0] for name, values in world.values.items()}
         cases = [
-            (title, 'title: "The world in 177 countries and territories" in the source, '
-                    '"Uhe world in 177 countries and territories" in world.qbin'),
-            (transform + 8, "transform[1]: 0 in the source, 5e-324 in world.qbin"),
-            (transform + 23, "transform[2]: -180 in the source, -11796480 in world.qbin"),
-            (arc_starts, "arcStarts: 596 items in the source, 597 in world.qbin"),
-            (arc_starts + 8, "arcStarts[0]: 0 in the source, 1 in world.qbin"),
-            (points + 8 + 8 * 17, None),
-            (points + 8 + 8 * 17 + 4, None),
-            (names + 8 + 8, 'names[0]: "Fiji" in the source, "Giji" in world.qbin'),
-            (ids + 8, f"ids[0]: {first_id} in the source, {first_id ^ 1} in world.qbin"),
-            (polygons + 8, "polygonStarts[0]: 0 in the source, 1 in world.qbin"),
-            (rings + 8, "ringStarts[0]: 0 in the source, 1 in world.qbin"),
-            (indexes + 8, "indexStarts[0]: 0 in the source, 1 in world.qbin"),
-            (arcs + 8, "arcIndexes[0]: 0 in the source, 1 in world.qbin"),
+            ("title", 8, 'title: "The world in 177 countries and territories" in the source, '
+                         '"Uhe world in 177 countries and territories" in world.qbin'),
+            ("toDegrees", 8, "toDegrees(0, 1): 0 in the source, 5e-324 in world.qbin"),
+            ("toDegrees", 22, "toDegrees(0, 2): -180 in the source, -188 in world.qbin"),
+            ("toDegrees", 71, "toDegrees(2, 2): 1 in the source, 1.52587890625e-05 in world.qbin"),
+            ("countryCount", 0, "countryCount: 177 in the source, 176 in world.qbin"),
+            ("pointCount", 2, "pointCount: 8246 in the source, 73782 in world.qbin"),
+            ("names", 8, 'names[0]: "Fiji" in the source, "Giji" in world.qbin'),
+            ("ids", 0, f"ids[0]: {first['ids']} in the source, {first['ids'] ^ 1} in world.qbin"),
+            ("colours", 0, f"colours[0].r: {red!r} in the source, {next_red!r} in world.qbin"),
+            ("colours", 63, "colours[1].a: 1 in the source, 1.52587890625e-05 in world.qbin"),
+            *((name, 0, f"{name}[0]: {first[name]} in the source, {first[name] ^ 1} in world.qbin")
+              for name in ("polygonEnds", "ringEnds", "indexEnds", "arcIndexes", "arcEnds")),
+            ("points", 8 * 17, f"points[17].x: {x} in the source, {x ^ 1} in world.qbin"),
+            ("points", 8 * 17 + 4, f"points[17].y: {y} in the source, {y ^ 1} in world.qbin"),
+            ("thumbnail", 0, f"thumbnail[0]: (0, 0, 0, 0) {self.BEYOND}"),
+            ("thumbnail", 21, "thumbnail[0]: (0, 0, 0, 0) in the source, and cannot be read back: Decompression failed "
+                              "attempting to read Rgba8[32768] using stride 4."),
         ]
-        steps = [step for arc in self.topology["arcs"] for step in arc]
-        for offset, what in cases:
-            if what is None:
-                axis = (offset - points - 8) // 4 % 2
-                value = steps[17][axis]
-                what = f"points[17].{'xy'[axis]}: {value} in the source, {value ^ 1} in world.qbin"
+        for name, offset, what in cases:
             with self.subTest(what):
                 put(self.output("world.qbin"), whole)
-                self.change_byte(offset)
+                self.change_byte(world.starts[name] + offset)
                 self.assertDiffers("world.qbin", what)
 
-    def test_a_byte_changed_anywhere_in_the_binary_form_is_found(self):
+    def test_a_byte_changed_anywhere_in_the_binary_form_is_found_unless_the_thumbnail_is_the_same(self):
         seed = random.randrange(2**32)
+        world = self.world()
         chosen = random.Random(seed).sample(range(os.path.getsize(self.output("world.qbin"))), 40)
         for offset in chosen:
             with self.subTest(f"seed {seed}, byte {offset}"):
                 self.change_byte(offset)
-                self.assertEqual(self.check().code, DIFFERS)
+                if self.check().code != DIFFERS:
+                    self.assertGreater(offset, world.starts["thumbnail"])
+                    self.assertEqual(self.world().values, world.values)
                 self.change_byte(offset)
 
-    def test_a_count_beyond_all_memory_is_a_difference(self):
-        whole = content(self.output("world.qbin"))
-        for place, name in ((2, "arcStarts"), (3, "points"), (4, "names"), (9, "arcIndexes")):
+    def test_a_count_beyond_all_memory_is_a_difference_in_every_form(self):
+        forms = ["world.qbin", "world.txt", *FORMS_OF_BLOCKS]
+        whole = {name: content(self.output(name)) for name in forms}
+        world = self.world()
+        counts = [name for name in world.starts if name.endswith("Count")]
+        claimed = 2**40
+        for i, name in enumerate(counts):
             with self.subTest(name):
-                data = bytearray(whole)
-                data[self.offsets()[place] + 7] = 0x7f
-                put(self.output("world.qbin"), bytes(data))
+                at = world.starts[name]
+                put(self.output("world.qbin"),
+                    whole["world.qbin"][:at] + struct.pack("<Q", claimed) + whole["world.qbin"][at + 8:])
+                words = whole["world.txt"].split(b" ")
+                words[9 + i] = str(claimed).encode()
+                put(self.output("world.txt"), b" ".join(words))
+                for form in FORMS_OF_BLOCKS:
+                    block = blocks_of(form, whole[form])[2 + i]
+                    put(self.output(form), whole[form][:block.start] +
+                        block_of(form, struct.pack("<Q", claimed)) + whole[form][block.end:])
                 result = self.check()
-                self.assertEqual(result.code, DIFFERS)
-                claimed = r"9,151,314,442,816,8[\d,]+ in world.qbin"
-                self.assertRegex(result.err, rf": {name}: [\d,]+ items in the source, {claimed}\n$")
+                self.assertEqual(result.code, DIFFERS, result.err)
+                self.assertEqual(result.err, "".join(
+                    f"qor: {self.output(form)}: {name}: {world.values[name][0]} in the source, {claimed} in {form}\n"
+                    for form in forms))
 
     def test_a_text_longer_than_the_file_is_a_difference(self):
         data = bytearray(content(self.output("world.qbin")))
         data[:8] = b"\xff" * 8
         put(self.output("world.qbin"), bytes(data))
-        self.assertDiffers("world.qbin", f'title: "{title_of(self.topology)}" in the source, and cannot be read back: '
-                                         "Attempted to read beyond file size.")
+        self.assertDiffers("world.qbin", f'title: "{title_of(self.topology)}" {self.BEYOND}')
 
     def test_a_binary_form_that_ends_early_is_told_with_the_first_value_that_is_missing(self):
         data = content(self.output("world.qbin"))
-        title, transform, arc_starts, points, names, *_ = self.offsets()
+        world = self.world()
         x, y = self.topology["arcs"][0][2]
-        beyond = "in the source, and cannot be read back: Attempted to read beyond file size."
-        last = tables_of(self.topology)[-1][1]
+        transform = ", ".join(map(shown, world.values["toDegrees"]))
+        colour = ", ".join(map(shown, world.values["colours"][:4]))
+        last = world.values["arcIndexes"][-1]
+        index_count = len(world.values["arcIndexes"])
         cases = [
-            (0, f'title: "{title_of(self.topology)}" {beyond}'),
-            (transform + 20, f"transform[2]: -180 {beyond}"),
-            (arc_starts + 7, f"arcStarts: 596 items {beyond}"),
-            (points + 8 + 16, f"points[2]: ({x}, {y}) {beyond}"),
-            (points + 8 + 20, f"points[2]: ({x}, {y}) {beyond}"),
-            (names + 8 + 10, f'names[0]: "Fiji" {beyond}'),
-            (len(data) - 1, f"arcIndexes[{len(last) - 1}]: {last[-1]} {beyond}"),
+            ("title", 0, f'title: "{title_of(self.topology)}"'),
+            ("toDegrees", 20, f"toDegrees: ({transform})"),
+            ("polygonCount", 7, f"polygonCount: {world.values['polygonCount'][0]}"),
+            ("names", 10, 'names[0]: "Fiji"'),
+            ("colours", 31, f"colours[0]: ({colour})"),
+            ("points", 16, f"points[2]: ({x}, {y})"),
+            ("points", 20, f"points[2]: ({x}, {y})"),
+            ("arcEnds", -1, f"arcIndexes[{index_count - 1}]: {last}"),
+            ("thumbnail", 0, "thumbnail[0]: (0, 0, 0, 0)"),
         ]
-        for length, what in cases:
-            with self.subTest(length):
-                put(self.output("world.qbin"), data[:length])
-                self.assertDiffers("world.qbin", what)
+        for name, length, what in cases:
+            with self.subTest(what):
+                put(self.output("world.qbin"), data[:world.starts[name] + length])
+                self.assertDiffers("world.qbin", f"{what} {self.BEYOND}")
+
+    def test_a_binary_form_that_ends_in_the_thumbnail_is_told(self):
+        data = content(self.output("world.qbin"))
+        put(self.output("world.qbin"), data[:-1])
+        self.assertDiffers("world.qbin", "thumbnail[0]: (0, 0, 0, 0) in the source, and cannot be read back: "
+                                         "Decompression failed attempting to read Rgba8[32768] using stride 4.")
 
     def test_bytes_after_the_last_value_are_a_difference(self):
         after = "after the last value: nothing in the source, "
         for name, more, what in (("world.qbin", b"12345", "5 bytes in world.qbin"),
-                                 ("world.txt", b" 7", "1 byte in world.txt"),
+                                 ("world.txt", b" 7", "2 bytes in world.txt"),
                                  ("names.txt", b"Atlantis\n", "9 bytes in names.txt"),
                                  ("names.txt", b"\0", "a zero byte in names.txt"),
                                  *((name, b".1.", f"3 bytes in {name}") for name in FORMS_OF_BLOCKS)):
@@ -990,21 +1074,23 @@ class Check(ToolTest):
     HEADER_FAILED = "Failed to read un/compressed length."
     PAYLOAD_FAILED = "Failed to read compressed buffer."
 
-    def parts(self):
+    def beginnings(self):
         """What the difference in each block begins with if the block cannot be read at all."""
-        names = "arcStarts points names ids polygonStarts ringStarts indexStarts arcIndexes".split()
-        tables = [f"{name}: {len(items):,} items" for name, (_, items) in zip(names, tables_of(self.topology))]
-        begins = [f'title: "{title_of(self.topology)}"', f"transform[0]: {transform_of(self.topology)[0]}", *tables,
-                  "thumbnail: 131,072 items"]
-        return [f"{begin} in the source, and cannot be read back: " for begin in begins]
+        items = {"Mat3d": 9, "Rgbad": 4, "Vec2i": 2, "Rgba8": 4}
+        world = self.world()
+        for name, kind, count in re.findall(r"(\w+):(\w+)(\[)?", LAYOUT):
+            values = world.values[name][:items.get(kind, 1)]
+            first = f'"{values[0]}"' if kind == "String" else ", ".join(shown(value) for value in values)
+            yield f"{name}{'[0]' if count else ''}: {f'({first})' if kind in items else first} in the source, and " \
+                  "cannot be read back: "
 
-    TITLE_POINTS_THUMBNAIL = (0, 3, 10)
+    TITLE_POINTS_THUMBNAIL = (0, 16, 17)
 
-    def each_block(self, parts=range(11)):
+    def each_block(self, parts=range(18)):
         """Blocks of each form with the bytes of their file, which are put back when all its blocks had their turn."""
         for name in FORMS_OF_BLOCKS:
             whole = content(self.output(name))
-            pairs = list(zip(blocks_of(name, whole), self.parts(), strict=True))
+            pairs = list(zip(blocks_of(name, whole), self.beginnings(), strict=True))
             for block, begin in [pairs[part] for part in parts]:
                 with self.subTest(f"{name}, {begin}"):
                     yield name, whole, block, begin
@@ -1065,14 +1151,19 @@ class Check(ToolTest):
         self.assertEqual(self.check().code, ALL_WELL)
 
     def test_a_whole_block_with_other_values_is_told_with_the_first_of_them(self):
-        title, transform, arc_starts, points, names, ids, *_, arcs = range(10)
-        thumbnail = 10
+        world = self.world()
+        title, to_degrees, *_, arc_count, _, names, ids, colours, _, _, _, arcs, _, points, thumbnail = range(18)
         whole = content(self.output("world.zlib.qbin"))
         contents = [block.content() for block in blocks_of("world.zlib.qbin", whole)]
-        steps = [step for arc in self.topology["arcs"] for step in arc]
-        last = tables_of(self.topology)[-1][1]
-        first_id = int(self.topology["objects"]["countries"]["geometries"][0]["id"])
+        x, y = world.values["points"][34:36]
+        indexes = world.values["arcIndexes"]
+        first_id = world.values["ids"][0]
+        pixel = tuple(contents[thumbnail][70000:70004])
         there = "in world.zlib.qbin"
+        unreadable = "and cannot be read back"
+        whole_transform = ", ".join(map(shown, world.values["toDegrees"]))
+        first_point = "{}, {}".format(*world.values["points"])
+        red = world.values["colours"][0]
         whole_title = f'title: "{title_of(self.topology)}" in the source'
 
         def changed(part, offset, value):
@@ -1085,60 +1176,108 @@ class Check(ToolTest):
             (title, contents[title][:-1], f"{whole_title}, and cannot be read back: its block ends here"),
             (title, contents[title] + b"!", f"{whole_title}, and cannot be read back: its block goes on for 1 byte"),
             (title, b"", f"{whole_title}, and cannot be read back: its block ends here"),
-            (transform, changed(transform, 1, 1), f"transform[1]: 0 in the source, 5e-324 {there}"),
-            (transform, b"", f"transform[0]: {transform_of(self.topology)[0]} in the source, and cannot be read back: "
-                             "its block ends here"),
-            (arc_starts, contents[arc_starts] + b"1234", f"arcStarts: 596 items in the source, 597 {there}"),
-            (arc_starts, contents[arc_starts] + b"12", "arcStarts: 596 items in the source, and cannot be read "
-                                                        "back: its block goes on for 2 bytes"),
-            (arc_starts, changed(arc_starts, 0, 1), f"arcStarts[0]: 0 in the source, 1 {there}"),
-            (points, contents[points][8:], f"points: {len(steps):,} items in the source, {len(steps) - 1:,} {there}"),
-            (points, changed(points, 2 * 17, folded(-3)), f"points[17].x: {steps[17][0]} in the source, -3 {there}"),
-            (points, changed(points, 2 * 17 + 1, 6), f"points[17].y: {steps[17][1]} in the source, 3 {there}"),
+            (to_degrees, changed(to_degrees, 1, 1), f"toDegrees(0, 1): 0 in the source, 5e-324 {there}"),
+            (to_degrees, b"", f"toDegrees: ({whole_transform}) in the source, and cannot be read back: "
+                              "its block holds 0 bytes"),
+            (arc_count, contents[arc_count][:7], f"arcCount: 595 in the source, {unreadable}: its block holds 7 bytes"),
+            (arc_count, changed(arc_count, 0, 0x52), f"arcCount: 595 in the source, 594 {there}"),
             (names, contents[names][1:], f'names[0]: "Fiji" in the source, "iji" {there}'),
-            (names, contents[names][5:], f"names: 177 items in the source, 176 {there}"),
-            (names, contents[names] + b"Atlantis\n", f"names: 177 items in the source, 178 {there}"),
-            (names, contents[names] + b"A", "names: 177 items in the source, and cannot be read back: "
-                                            "its block goes on for 1 byte"),
+            (names, contents[names][5:], f'names[0]: "Fiji" in the source, "Tanzania" {there}'),
+            (names, contents[names][:-5], f'names[176]: "{world.values["names"][-1]}" in the source, {unreadable}: '
+                                          "its block ends here"),
+            (names, contents[names] + b"Atlantis\n", f"names: 177 items in the source, {unreadable}: "
+                                                      "its block goes on for 9 bytes"),
             (ids, changed(ids, 0, folded(-1)), f"ids[0]: {first_id} in the source, "),
-            (arcs, changed(arcs, len(last) - 1, 0),
-             f"arcIndexes[{len(last) - 1}]: {last[-1]} in the source, "),
-            (thumbnail, changed(thumbnail, 70001, 7),
-             f"thumbnail[70001]: {contents[thumbnail][70001]} in the source, 7 {there}"),
-            (thumbnail, contents[thumbnail][:-4], f"thumbnail: 131,072 items in the source, 131,068 {there}"),
-            (thumbnail, b"", f"thumbnail: 131,072 items in the source, 0 {there}"),
+            (colours, changed(colours, 0, contents[colours][0] ^ 1), f"colours[0].r: {red} in the source, "),
+            (arcs, changed(arcs, len(indexes) - 1, 0),
+             f"arcIndexes[{len(indexes) - 1}]: {indexes[-1]} in the source, "),
+            (points, contents[points][8:], f"points[0]: ({first_point}) in the source, {unreadable}: "
+                                           f"its block holds {len(contents[points]) - 8:,} bytes"),
+            (points, contents[points] + b"12", f"points[0]: ({first_point}) in the source, {unreadable}: "
+                                               f"its block holds {len(contents[points]) + 2:,} bytes"),
+            (points, changed(points, 2 * 17, folded(-3)), f"points[17].x: {x} in the source, -3 {there}"),
+            (points, changed(points, 2 * 17 + 1, 6), f"points[17].y: {y} in the source, 3 {there}"),
+            (thumbnail, changed(thumbnail, 70001, 7), f"thumbnail[17500].g: {pixel[1]} in the source, 7 {there}"),
+            (thumbnail, contents[thumbnail][:-4], f"thumbnail[0]: (0, 0, 0, 0) in the source, {unreadable}: "
+                                                  "its block holds 131,068 bytes"),
         ]
         for part, data, what in cases:
             with self.subTest(what):
                 block = blocks_of("world.zlib.qbin", whole)[part]
-                payload = zlib.compress(data) if data else b""
-                header = block_header("world.zlib.qbin", len(data), len(payload))
-                put(self.output("world.zlib.qbin"), whole[:block.start] + header + payload + whole[block.end:])
+                put(self.output("world.zlib.qbin"),
+                    whole[:block.start] + block_of("world.zlib.qbin", data) + whole[block.end:])
                 result = self.check()
                 self.assertEqual(result.code, DIFFERS, result.err)
                 self.assertTrue(result.err.startswith(f"qor: {self.output('world.zlib.qbin')}: {what}"), result.err)
                 self.assertEqual(result.err.count("\n"), 1)
 
-    def test_a_number_changed_in_the_text_form_is_named(self):
-        scale = str(transform_of(self.topology)[0])
-        self.change("world.txt", scale.encode(), b"0.5")
-        self.assertDiffers("world.txt", f"transform[0]: {scale} in the source, 0.5 in world.txt")
+    def change_word(self, place, word):
+        """Replaces a number of the text form."""
+        words = content(self.output("world.txt")).split(b" ")
+        words[place] = word
+        put(self.output("world.txt"), b" ".join(words))
+
+    def places(self):
+        """Which word of the text form is the first of each part."""
+        place, places = 0, {}
+        for name, values in self.world().values.items():
+            places[name] = place
+            place += len(values) if name not in ("title", "names") else 0
+        return places
+
+    def test_a_number_changed_in_each_part_of_the_text_form_is_named(self):
+        whole = content(self.output("world.txt"))
+        places = self.places()
+        values = self.world().values
+        cases = [
+            ("toDegrees", 0, f"toDegrees(0, 0): {shown(values['toDegrees'][0])}"),
+            ("ringCount", 0, f"ringCount: {values['ringCount'][0]}"),
+            ("ids", 7, f"ids[7]: {values['ids'][7]}"),
+            ("colours", 9, f"colours[2].g: {shown(values['colours'][9])}"),
+            ("arcEnds", 3, f"arcEnds[3]: {values['arcEnds'][3]}"),
+            ("points", 35, f"points[17].y: {values['points'][35]}"),
+        ]
+        for name, place, what in cases:
+            with self.subTest(what):
+                put(self.output("world.txt"), whole)
+                self.change_word(places[name] + place, b"77")
+                self.assertDiffers("world.txt", f"{what} in the source, 77 in world.txt")
 
     def test_a_word_in_the_text_form_that_is_no_number_is_named(self):
-        data = content(self.output("world.txt"))
-        last = tables_of(self.topology)[-1][1]
-        for word in (b"7x", b"+7", b"0x7", b"99999999999", b"", b"nan"):
-            with self.subTest(word):
-                put(self.output("world.txt"), data[:data.rindex(b" ") + 1] + word + b" ")
-                self.assertDiffers("world.txt", f"arcIndexes[{len(last) - 1}]: {last[-1]} in the source, and cannot be "
-                                                f"read back: world.txt has '{word.decode()}' there")
+        whole = content(self.output("world.txt"))
+        values = self.world().values
+        x, y = values["points"][34:36]
+        for name, place, what in (("points", 35, f"points[17]: ({x}, {y})"), ("arcIndexes", 2, "arcIndexes[2]: "
+                                  f"{values['arcIndexes'][2]}"), ("arcCount", 0, "arcCount: 595")):
+            for word, shown_word in ((b"7x", "7x"), (b"+7", "+7"), (b"0x7", "0x7"), (b"9" * 50, "9" * 40), (b"", ""),
+                                     (b"nan", "nan"), (b"\0", "")):
+                with self.subTest(f"{word} in {name}"):
+                    put(self.output("world.txt"), whole)
+                    self.change_word(self.places()[name] + place, word)
+                    self.assertDiffers("world.txt", f"{what} in the source, and cannot be read back: "
+                                                    f"world.txt has '{shown_word}' there")
 
     def test_a_text_form_that_ends_early_is_told(self):
-        data = content(self.output("world.txt"))
-        for cut, reason in ((b"", "world.txt ends here"), (b"\0 1 2", "world.txt ends here, at a zero byte")):
-            with self.subTest(cut):
-                put(self.output("world.txt"), b" ".join(data.split(b" ")[:2]) + b" " + cut)
-                self.assertDiffers("world.txt", f"transform[2]: -180 in the source, and cannot be read back: {reason}")
+        words = content(self.output("world.txt")).split(b" ")
+        values = self.world().values
+        x, y = values["points"][34:36]
+        transform = ", ".join(map(shown, values["toDegrees"]))
+        for kept, what in ((2, f"toDegrees: ({transform})"), (self.places()["points"] + 35, f"points[17]: ({x}, {y})")):
+            for ending in (b"", b" "):
+                with self.subTest(f"{what}{ending}"):
+                    put(self.output("world.txt"), b" ".join(words[:kept]) + ending)
+                    self.assertDiffers("world.txt", f"{what} in the source, and cannot be read back: "
+                                                    "world.txt ends here")
+
+    def test_a_text_form_whose_thumbnail_is_missing_or_damaged_is_told(self):
+        *words, block = content(self.output("world.txt")).split(b" ")
+        decompression_failed = ("in the source, and cannot be read back: "
+                                "Decompression failed attempting to read Rgba8[32768] using stride 4.")
+        for changed, reason in ((b"", self.BEYOND), (block[1:], self.BEYOND), (block[:-1], decompression_failed),
+                                (block[:99] + b"!" + block[100:], decompression_failed)):
+            with self.subTest(f"{changed[:99]} {reason}"):
+                put(self.output("world.txt"), b" ".join(words) + b" " + changed)
+                self.assertDiffers("world.txt", "thumbnail[0]: (0, 0, 0, 0) " + reason)
 
     def test_a_name_that_lost_its_accent_is_named(self):
         names = names_of(self.topology)
@@ -1171,7 +1310,9 @@ class Check(ToolTest):
 
     def test_a_folder_in_the_place_of_a_file_cannot_be_read(self):
         for name, reason in (*((name, "Failed to read un/compressed length. (Is a directory)")
-                               for name in reversed(FORMS_OF_BLOCKS)), ("world.txt", "Failed to read file.")):
+                               for name in reversed(FORMS_OF_BLOCKS)),
+                             ("world.txt", "Fread failed. Requested 1048576, read 0. (Is a directory)"),
+                             ("names.txt", "Failed to read file.")):
             with self.subTest(name):
                 os.remove(self.output(name))
                 os.mkdir(self.output(name))

@@ -3,8 +3,7 @@
 
 #include <fmt/format.h>
 
-#include <bit>
-#include <cstdint>
+#include <cstring>
 #include <string_view>
 #include <type_traits>
 
@@ -15,44 +14,54 @@ namespace tool {
 namespace {
 
 std::string shown(const std::string& text) { return '"' + text + '"'; }
-std::string shown(const Point& point) { return fmt::format("({}, {})", point.x, point.y); }
 
 template <typename T>
-std::string shown(T number) {
-    char text[qor::kMaxDecimalText];
-    return std::string(text, qor::formatNumber(text, number));
+std::string shown(const T& value) {
+    if constexpr (std::is_arithmetic_v<T>) {
+        char text[qor::kMaxDecimalText];
+        return std::string(text, qor::formatNumber(text, value));
+    } else {
+        std::string text;
+        for (const auto number : value) text += (text.empty() ? "(" : ", ") + shown(number);
+        return text + ')';
+    }
 }
 
-// Numbers are the same if their bits are: 0 and -0 are two values.
-bool same(double a, double b) { return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b); }
+// Values are the same if the bits of their numbers are: 0 and -0 are two values.
+bool same(const std::string& a, const std::string& b) { return a == b; }
 
 template <typename T>
 bool same(const T& a, const T& b) {
-    return a == b;
+    return std::memcmp(&a, &b, sizeof(T)) == 0;
 }
+
+// What the numbers of a value are called.
+std::string nameOf(const Vec2i&, std::size_t i) { return i == 0 ? ".x" : ".y"; }
+std::string nameOf(const Rgbad&, std::size_t i) { return std::string(".") + "rgba"[i]; }
+std::string nameOf(const Rgba8&, std::size_t i) { return std::string(".") + "rgba"[i]; }
+std::string nameOf(const Mat3d&, std::size_t i) { return fmt::format("({}, {})", i / 3, i % 3); }
 
 // Compares part after part. Each step gives false at the first difference, which is then in `found`.
 class Comparison {
  public:
     Comparison(const Reading& itsReading, const Form& itsForm) : reading(itsReading), form(itsForm) {}
 
-    bool part(const std::string& name, const std::string& expected, const std::string& actual) {
-        return isDamaged(name) ? unreadable<std::string>(name, shown(expected)) : item(name, expected, actual);
-    }
-
-    template <std::size_t Size>
-    bool part(const std::string& name, const std::array<double, Size>& expected,
-              const std::array<double, Size>& actual) {
-        return items(name, expected, actual, isDamaged(name) ? reading.damage->done : Size);
-    }
-
-    template <typename T>
-    bool part(const std::string& name, const std::vector<T>& expected, const std::vector<T>& actual) {
-        const std::string size = counted(expected.size(), "item");
-        if (isDamaged(name) && !reading.damage->count) return unreadable<unsigned long>(name, size);
-        const unsigned long count = isDamaged(name) ? *reading.damage->count : actual.size();
-        if (count != expected.size()) return differ<unsigned long>(name, size, grouped(count));
-        return items(name, expected, actual, actual.size());
+    template <typename Part>
+    bool part(const std::string& name, const Part& expectedPart, const Part& actualPart) {
+        const bool isDamaged = reading.damage && reading.damage->part == name;
+        const auto expected = itemsOf(expectedPart);
+        const auto actual = itemsOf(actualPart);
+        using Item = typename decltype(expected)::value_type;
+        const std::size_t count = isDamaged ? reading.damage->done : actual.size();
+        for (std::size_t i = 0; i < expected.size(); ++i) {
+            if (i < count && same(expected[i], actual[i])) continue;
+            const std::string itemName = kHasItems<Part> ? fmt::format("{}[{}]", name, i) : name;
+            return i < count ? differ(itemName, expected[i], actual[i])
+                             : unreadable<Item>(itemName, shown(expected[i]));
+        }
+        // All of them could be read; the part is damaged if more stands behind them.
+        if (!isDamaged) return true;
+        return unreadable<Item>(name, kHasItems<Part> ? counted(expected.size(), "item") : shown(expected.front()));
     }
 
     void rest(const Rest& rest) {
@@ -62,35 +71,17 @@ class Comparison {
     Difference found;
 
  private:
-    bool isDamaged(const std::string& name) const { return reading.damage && reading.damage->part == name; }
-
-    // The first `count` items of a part were read; if there are more of them, the reading failed there.
-    template <typename Items>
-    bool items(const std::string& name, const Items& expected, const Items& actual, std::size_t count) {
-        for (std::size_t i = 0; i < expected.size(); ++i) {
-            if (i < count && same(expected[i], actual[i])) continue;
-            const std::string itemName = fmt::format("{}[{}]", name, i);
-            if (i < count) return item(itemName, expected[i], actual[i]);
-            return unreadable<typename Items::value_type>(itemName, shown(expected[i]));
+    template <typename T>
+    bool differ(const std::string& name, const T& expected, const T& actual) {
+        if constexpr (requires { nameOf(expected, 0); }) {
+            std::size_t i = 0;
+            while (same(expected[i], actual[i])) ++i;
+            return differ(name + nameOf(expected, i), expected[i], actual[i]);
+        } else {
+            const std::string& file = fileOf<T>();
+            found = {file, fmt::format("{}: {} in the source, {} in {}", name, shown(expected), shown(actual), file)};
+            return false;
         }
-        // All of them could be read; the part is damaged if more stands behind them.
-        return !isDamaged(name) || unreadable<typename Items::value_type>(name, counted(expected.size(), "item"));
-    }
-
-    bool item(const std::string& name, const Point& expected, const Point& actual) {
-        return item(name + ".x", expected.x, actual.x) && item(name + ".y", expected.y, actual.y);
-    }
-
-    template <typename T>
-    bool item(const std::string& name, const T& expected, const T& actual) {
-        return same(expected, actual) || differ<T>(name, shown(expected), shown(actual));
-    }
-
-    template <typename T>
-    bool differ(const std::string& name, const std::string& expected, const std::string& actual) {
-        const std::string file = fileOf<T>();
-        found = {file, fmt::format("{}: {} in the source, {} in {}", name, expected, actual, file)};
-        return false;
     }
 
     template <typename T>
@@ -113,8 +104,8 @@ class Comparison {
 
 std::optional<Difference> firstDifference(const World& source, const Reading& reading, const Form& form) {
     Comparison comparison(reading, form);
-    const bool isSame = eachPartOf(
-        form, [&](const char* name, auto part) { return comparison.part(name, source.*part, reading.world.*part); });
+    const bool isSame = eachPart(
+        [&](const char* name, auto part, auto...) { return comparison.part(name, source.*part, reading.world.*part); });
     if (isSame && !reading.rest) return std::nullopt;
     if (isSame) comparison.rest(*reading.rest);
     return comparison.found;

@@ -26,12 +26,10 @@ class OutputFile {
  public:
     OutputFile(const Folder& folder, std::string_view name, qor::File::Format format);
 
-    template <typename T>
-    bool put(const T& value) {
-        return file.write(value);
-    }
-    bool put(const void* bytes, std::size_t size, qor::Compression compression) {
-        return file.write(bytes, size, compression);
+    /// As File::write.
+    template <typename... Args>
+    bool put(const Args&... args) {
+        return file.write(args...);
     }
 
     /// Closes the file. Throws a Failure if not all of it arrived.

@@ -1,136 +1,119 @@
-// The forms in which a world is stored. A form is a sink and a source of single numbers and texts, which are told where
-// a table begins and where a part ends; the walk over the parts of a world is the same for all of them.
+// The forms in which a world is stored. A form is a sink and a source of parts, each a span of texts or of what a typed
+// array is made of; the walk over the parts of a world is the same for all forms.
 #include "tools/qor/forms.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
+#include <cstdint>
 #include <string_view>
 #include <type_traits>
 #include <utility>
 
 #include "qor/core/endian.h"
-#include "qor/core/number_text.h"
 #include "tools/qor/text.h"
 
 namespace tool {
 namespace {
 
+using qor::bufRef;
+using qor::Compression;
 using qor::File;
+using Format = File::Format;
 
 // ---- The walk -------------------------------------------------------------------------------------------------------
-
-template <typename Sink, typename T>
-bool putItem(Sink& sink, const T& value) {
-    return sink.put(value);
-}
-
-template <typename Sink>
-bool putItem(Sink& sink, const Point& point) {
-    return sink.put(point.x) && sink.put(point.y);
-}
-
-template <typename Sink, typename Items>
-bool putItems(Sink& sink, const Items& items) {
-    for (const auto& item : items) {
-        if (!putItem(sink, item)) return false;
-    }
-    return true;
-}
-
-template <typename Sink>
-bool putPart(Sink& sink, const std::string& text) {
-    return sink.put(text);
-}
-
-template <typename Sink, std::size_t Size>
-bool putPart(Sink& sink, const std::array<double, Size>& numbers) {
-    return putItems(sink, numbers);
-}
-
-template <typename Sink, typename T>
-bool putPart(Sink& sink, const std::vector<T>& table) {
-    return sink.beginTable(table.size()) && putItems(sink, table);
-}
 
 // Writes until something fails; the sink's `finish` then says what.
 template <typename Sink>
 void writeForm(const Form& form, const World& world, const Folder& to) {
     Sink sink(form, to);
-    eachPartOf(form, [&](const char*, auto part) { return putPart(sink, world.*part) && sink.endPart(); });
+    eachPart([&](const char*, auto part, auto...) { return sink.put(itemsOf(world.*part)); });
     sink.finish();
 }
 
+// Makes room for the items of a table. Their count is only a claim: where the file cannot hold as many there is room
+// for the most that it can, and for one more, which then cannot be read.
 template <typename Source, typename T>
-bool takeItem(Source& source, T& value) {
-    return source.take(value);
-}
-
-template <typename Source>
-bool takeItem(Source& source, Point& point) {
-    return source.take(point.x) && source.take(point.y);
-}
-
-// Each of these leaves in `damage` how far it came.
-template <typename Source>
-bool takePart(Source& source, std::string& text, Damage&) {
-    return source.take(text);
-}
-
-template <typename Source, std::size_t Size>
-bool takePart(Source& source, std::array<double, Size>& numbers, Damage& damage) {
-    while (damage.done < Size && source.take(numbers[damage.done])) ++damage.done;
-    return damage.done == Size;
-}
-
-// The count is only a claim: the table grows with the items that are there.
-template <typename Source, typename T>
-bool takePart(Source& source, std::vector<T>& table, Damage& damage) {
-    unsigned long count = 0;
-    if (!source.template beginTable<T>(count)) return false;
-    damage.count = count;
-    for (; damage.done < count; ++damage.done) {
-        T item{};
-        if (!takeItem(source, item)) return false;
-        table.push_back(std::move(item));
-    }
-    return true;
+void makeRoom(const Source& source, std::vector<T>& table, unsigned long count) {
+    table.resize(std::min<std::size_t>(count, source.template most<T>() + 1));
 }
 
 template <typename Source>
 Reading readForm(const Form& form, const Folder& from) {
     Source source(form, from);
     Reading reading;
-    const bool isWhole = eachPartOf(form, [&](const char* name, auto part) {
-        Damage damage{name, std::nullopt, 0, ""};
-        if (source.beginPart() && takePart(source, reading.world.*part, damage) && source.endPart()) return true;
-        damage.reason = source.reason();
-        reading.damage = damage;
+    World& world = reading.world;
+    const bool isWhole = eachPart([&](const char* name, auto part, auto... count) {
+        std::size_t done = 0;
+        if (source.beginPart()) {
+            (makeRoom(source, world.*part, world.*count), ...);
+            if (source.take(itemsOf(world.*part), done)) return true;
+        }
+        reading.damage = {name, done, source.reason()};
         return false;
     });
     if (isWhole) reading.rest = source.rest();
     return reading;
 }
 
-// What the sources of forms of one file have in common.
+// The file of a source, and why something in it could not be read.
 class FileSource {
  public:
     FileSource(const Form& form, const Folder& from) : name(form.files.front()), label(from.label(name)) {
         openToRead(file, from.path(name), label, form.format);
     }
 
+    bool beginPart() { return true; }
+
+    // Pixels are compressed: all of them come back or none, and how many were done stays 0.
+    bool take(std::span<Rgba8> pixels, std::size_t&) { return read(bufRef(pixels)); }
+
+    std::string reason() const { return why; }
+
     std::optional<Rest> rest() const {
         if (file.eof()) return std::nullopt;
-        return Rest{name, counted(file.len() - file.pos(), "byte")};
+        return Rest{name, counted(left(), "byte")};
     }
 
  protected:
+    // A file that is too short or makes no sense is damaged. Where the system has a reason, reading has failed.
+    template <typename... Args>
+    bool read(Args&&... args) {
+        errno = 0;
+        if (file.read(args...)) return true;
+        if (errno != 0) failOf(file, label);
+        return fail(file.error().buf());
+    }
+
+    bool fail(std::string reason) {
+        why = std::move(reason);
+        return false;
+    }
+
+    std::uint64_t left() const { return file.len() - file.pos(); }
+
     std::string name;
     std::string label;
     File file;
+    std::string why;
 };
+
+std::size_t lineCount(std::string_view text) {
+    return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+}
+
+// Takes line after line off the front of `text`; how many there are, at most as many as `lines` has room for.
+std::size_t takeLines(std::string_view& text, std::span<std::string> lines) {
+    std::size_t done = 0;
+    for (; done < lines.size(); ++done) {
+        const std::size_t end = text.find('\n');
+        if (end == std::string_view::npos) break;
+        lines[done] = text.substr(0, end);
+        text.remove_prefix(end + 1);
+    }
+    return done;
+}
 
 // ---- The binary form ------------------------------------------------------------------------------------------------
 
@@ -138,12 +121,13 @@ class BinarySink {
  public:
     BinarySink(const Form& form, const Folder& to) : file(to, form.files.front(), form.format) {}
 
-    bool beginTable(unsigned long count) { return put(count); }
     template <typename T>
-    bool put(const T& value) {
-        return file.put(value);
+    bool put(std::span<T> items) {
+        return items.empty() || file.put(bufRef(items), true);
     }
-    bool endPart() { return true; }
+    bool put(std::span<const std::string> texts) {
+        return std::all_of(texts.begin(), texts.end(), [this](const std::string& text) { return file.put(text); });
+    }
     void finish() { file.finish(); }
 
  private:
@@ -153,22 +137,24 @@ class BinarySink {
 class BinarySource : public FileSource {
  public:
     using FileSource::FileSource;
+    using FileSource::take;
 
-    bool beginPart() { return true; }
     template <typename T>
-    bool beginTable(unsigned long& count) {
-        return take(count);
+    std::size_t most() const {
+        return left() / (std::is_same_v<T, std::string> ? sizeof(unsigned long) : sizeof(T));
     }
-    // A file that is too short is damaged; any other failure is one of reading. The library tells them apart by text.
+
     template <typename T>
-    bool take(T& value) {
-        errno = 0;
-        if (file.read(value)) return true;
-        if (file.error() != "Attempted to read beyond file size.") failOf(file, label);
-        return false;
+    bool take(std::span<T> items, std::size_t& done) {
+        const std::uint64_t start = file.pos();
+        const bool isWhole = items.empty() || read(bufRef(items));
+        done = (file.pos() - start) / sizeof(T);
+        return isWhole;
     }
-    bool endPart() { return true; }
-    std::string reason() const { return file.error().buf(); }
+    bool take(std::span<std::string> texts, std::size_t& done) {
+        while (done < texts.size() && read(texts[done])) ++done;
+        return done == texts.size();
+    }
 };
 
 // ---- The text form --------------------------------------------------------------------------------------------------
@@ -178,15 +164,17 @@ class TextSink {
     TextSink(const Form& form, const Folder& to)
         : numbers(to, form.files.front(), form.format), texts(to, form.files.back(), form.format) {}
 
-    bool beginTable(unsigned long count) { return put(count); }
     template <typename T>
-    bool put(T number) {
-        const bool separated = isFirst || numbers.put(' ');
+    bool put(std::span<T> items) {
+        if (items.empty()) return true;
+        const bool isSeparated = isFirst || numbers.put(' ');
         isFirst = false;
-        return separated && numbers.put(number);
+        return isSeparated && numbers.put(bufRef(items), true);
     }
-    bool put(const std::string& text) { return texts.put(text) && texts.put('\n'); }
-    bool endPart() { return true; }
+    bool put(std::span<const std::string> lines) {
+        return std::all_of(lines.begin(), lines.end(),
+                           [this](const std::string& line) { return texts.put(line) && texts.put('\n'); });
+    }
     void finish() {
         numbers.finish();
         texts.finish();
@@ -198,198 +186,153 @@ class TextSink {
     bool isFirst = true;
 };
 
-// The whole of a text file, given out piece by piece. A separator stands between pieces, or ends each.
-class Pieces {
+class TextSource : public FileSource {
  public:
-    Pieces(const Folder& from, const std::string& fileName, char between) : name(fileName), separator(between) {
-        File file;
-        openToRead(file, from.path(name), from.label(name), File::Format::Text);
+    TextSource(const Form& form, const Folder& from) : FileSource(form, from), textsName(form.files.back()) {
+        File texts;
+        openToRead(texts, from.path(textsName), from.label(textsName), form.format);
         errno = 0;
-        text = file.read();
-        if (!file.ok()) failOf(file, from.label(name));
-        left = text.view();
-        isCut = text.length() != file.len();
+        text = texts.read();
+        if (!texts.ok()) failOf(texts, from.label(textsName));
+        linesLeft = text.view();
+        isCut = text.length() != texts.len();
     }
 
-    bool atEnd() const { return left.empty(); }
+    using FileSource::take;
 
-    std::string_view next() {
-        const std::string_view piece = left.substr(0, left.find(separator));
-        left.remove_prefix(std::min(piece.size() + 1, left.size()));
-        return piece;
+    // A number is at least a digit, and has a space before the next one.
+    template <typename T>
+    std::size_t most() const {
+        if constexpr (std::is_same_v<T, std::string>) {
+            return lineCount(linesLeft);
+        } else {
+            return (left() + 1) / (2 * kNumbersIn<T>);
+        }
     }
 
-    std::string endReason() const { return fmt::format("{} ends here{}", name, isCut ? ", at a zero byte" : ""); }
+    // The library tells that numbers cannot be read, and not which: they are read again one by one.
+    template <typename T>
+    bool take(std::span<T> items, std::size_t& done) {
+        const auto numbers = numbersOf(items);
+        std::uint64_t at = file.pos();
+        if (items.empty() || read(bufRef(numbers))) return true;
+        file.seek(static_cast<std::int64_t>(at));
+        std::size_t good = 0;
+        for (; good < numbers.size() && read(bufRef(numbers.subspan(good, 1))); ++good) at = file.pos();
+        done = good / kNumbersIn<T>;
+        return fail(whyNoNumber(at));
+    }
+
+    bool take(std::span<std::string> texts, std::size_t& done) {
+        done = takeLines(linesLeft, texts);
+        return done == texts.size() || fail(fmt::format("{} ends here{}", textsName, isCut ? ", at a zero byte" : ""));
+    }
 
     std::optional<Rest> rest() const {
-        if (!left.empty()) return Rest{name, counted(left.size(), "byte")};
-        if (isCut) return Rest{name, "a zero byte"};
+        if (const std::optional<Rest> more = FileSource::rest()) return more;
+        if (!linesLeft.empty()) return Rest{textsName, counted(linesLeft.size(), "byte")};
+        if (isCut) return Rest{textsName, "a zero byte"};
         return std::nullopt;
     }
 
  private:
-    std::string name;
-    char separator;
+    std::string whyNoNumber(std::uint64_t at) {
+        file.seek(static_cast<std::int64_t>(at));
+        if (file.eof()) return name + " ends here";
+        std::string word;
+        for (char c = 0; word.size() < 40 && file.read(c) && c != ' ' && c != 0;) word += c;
+        return fmt::format("{} has '{}' there", name, word);
+    }
+
+    std::string textsName;
     qor::String text;
-    std::string_view left;
+    std::string_view linesLeft;
     bool isCut = false;
-};
-
-class TextSource {
- public:
-    TextSource(const Form& form, const Folder& from)
-        : numbersName(form.files.front()), numbers(from, numbersName, ' '), texts(from, form.files.back(), '\n') {}
-
-    bool beginPart() { return true; }
-    template <typename T>
-    bool beginTable(unsigned long& count) {
-        return take(count);
-    }
-    template <typename T>
-    bool take(T& number) {
-        if (numbers.atEnd()) return fail(numbers.endReason());
-        const std::string_view piece = numbers.next();
-        if (qor::parseNumber(piece, number)) return true;
-        return fail(fmt::format("{} has '{}' there", numbersName, piece.substr(0, 40)));
-    }
-
-    bool take(std::string& text) {
-        if (texts.atEnd()) return fail(texts.endReason());
-        text = texts.next();
-        return true;
-    }
-
-    bool endPart() { return true; }
-    std::string reason() const { return why; }
-    std::optional<Rest> rest() const { return numbers.rest() ? numbers.rest() : texts.rest(); }
-
- private:
-    bool fail(std::string reason) {
-        why = std::move(reason);
-        return false;
-    }
-
-    std::string numbersName;
-    Pieces numbers;
-    Pieces texts;
-    std::string why;
 };
 
 // ---- The forms of blocks --------------------------------------------------------------------------------------------
 
-// From 0, -1, 1, -2 to 0, 1, 2, 3.
+// From 0, -1, 1, -2 to 0, 1, 2, 3. Other numbers stay as they are.
+template <typename T>
+T folded(T number) {
+    return number;
+}
 unsigned int folded(int n) {
     const unsigned int twice = static_cast<unsigned int>(n) << 1;
     return n < 0 ? ~twice : twice;
 }
-int unfolded(unsigned int n) { return static_cast<int>((n & 1) != 0 ? ~(n >> 1) : n >> 1); }
+template <typename T>
+void unfold(T&) {}
+void unfold(int& n) {
+    const unsigned int stored = static_cast<unsigned int>(n);
+    n = static_cast<int>((stored & 1) != 0 ? ~(stored >> 1) : stored >> 1);
+}
 
 class BlockSink {
  public:
     BlockSink(const Form& form, const Folder& to)
         : file(to, form.files.front(), form.format), compression(form.compression) {}
 
-    bool beginTable(unsigned long) { return true; }
-    bool put(int number) { return put(folded(number)); }
     template <typename T>
-    bool put(T number) {
-        unsigned char bytes[sizeof(T)];
-        qor::storeLittle(bytes, number);
-        for (std::size_t i = 0; i < sizeof(T); ++i) planes[i].push_back(static_cast<char>(bytes[i]));
-        return true;
-    }
-    bool put(const std::string& text) {
-        planes[0] += text;
-        planes[0] += '\n';
-        return true;
-    }
-    bool endPart() {
-        std::string block;
-        for (std::string& plane : planes) {
-            block += plane;
-            plane.clear();
+    bool put(std::span<T> items) {
+        const auto numbers = numbersOf(items);
+        std::vector<unsigned char> block(items.size_bytes());
+        for (std::size_t i = 0; i < numbers.size(); ++i) {
+            unsigned char bytes[sizeof(numbers[i])];
+            qor::storeLittle(bytes, folded(numbers[i]));
+            for (std::size_t k = 0; k < sizeof(bytes); ++k) block[k * numbers.size() + i] = bytes[k];
         }
+        return file.put(block, compression);
+    }
+    bool put(std::span<const std::string> texts) {
+        std::string block;
+        for (const std::string& text : texts) block += text + '\n';
         return file.put(block.data(), block.size(), compression);
     }
     void finish() { file.finish(); }
 
  private:
     OutputFile file;
-    qor::Compression compression;
-    std::array<std::string, 8> planes;  // of the part so far; texts are in the first
+    Compression compression;
 };
 
 class BlockSource : public FileSource {
  public:
     BlockSource(const Form& form, const Folder& from) : FileSource(form, from), compression(form.compression) {}
 
-    // A block that makes no sense is damage. Where the system has a reason, it is a failure of reading.
-    bool beginPart() {
-        taken = 0;
-        errno = 0;
-        if (file.read(block, compression)) return true;
-        if (errno != 0) failOf(file, label);
-        return fail(file.error().buf());
+    bool beginPart() { return read(block, compression); }
+
+    template <typename T>
+    std::size_t most() const {
+        return std::is_same_v<T, std::string> ? lineCount(text()) : block.size() / sizeof(T);
     }
 
-    template <typename Item>
-    bool beginTable(unsigned long& count) {
-        if constexpr (std::is_same_v<Item, std::string>) {
-            count = static_cast<unsigned long>(std::count(block.begin(), block.end(), '\n'));
-        } else {
-            count = block.size() / sizeof(Item);
+    template <typename T>
+    bool take(std::span<T> items, std::size_t&) {
+        if (items.size_bytes() != block.size()) return fail("its block holds " + counted(block.size(), "byte"));
+        const auto numbers = numbersOf(items);
+        for (std::size_t i = 0; i < numbers.size(); ++i) {
+            unsigned char bytes[sizeof(numbers[i])];
+            for (std::size_t k = 0; k < sizeof(bytes); ++k) bytes[k] = block[k * numbers.size() + i];
+            qor::loadLittle(bytes, numbers[i]);
+            unfold(numbers[i]);
         }
         return true;
     }
 
-    bool take(int& number) {
-        unsigned int stored = 0;
-        if (!take(stored)) return false;
-        number = unfolded(stored);
-        return true;
+    bool take(std::span<std::string> texts, std::size_t& done) {
+        std::string_view left = text();
+        done = takeLines(left, texts);
+        if (done < texts.size()) return fail("its block ends here");
+        return left.empty() || fail("its block goes on for " + counted(left.size(), "byte"));
     }
-
-    template <typename T>
-    bool take(T& number) {
-        if (block.size() - taken < sizeof(T)) return fail("its block ends here");
-        const std::size_t planeSize = block.size() / sizeof(T);
-        unsigned char bytes[sizeof(T)];
-        for (std::size_t i = 0; i < sizeof(T); ++i) bytes[i] = block[i * planeSize + taken / sizeof(T)];
-        qor::loadLittle(bytes, number);
-        taken += sizeof(T);
-        return true;
-    }
-
-    bool take(std::string& text) {
-        const unsigned char* const begin = block.begin() + taken;
-        const unsigned char* const end = std::find(begin, std::as_const(block).end(), '\n');
-        if (end == block.end()) return fail("its block ends here");
-        text.assign(begin, end);
-        taken += text.size() + 1;
-        return true;
-    }
-
-    bool endPart() {
-        const std::size_t left = block.size() - taken;
-        return left == 0 || fail(fmt::format("its block goes on for {}", counted(left, "byte")));
-    }
-
-    std::string reason() const { return why; }
 
  private:
-    bool fail(std::string reason) {
-        why = std::move(reason);
-        return false;
-    }
+    std::string_view text() const { return {reinterpret_cast<const char*>(block.data()), block.size()}; }
 
-    qor::Compression compression;
-    qor::ds::Vector<unsigned char> block;
-    std::size_t taken = 0;  // of the block, in bytes, wherever in it they were
-    std::string why;
+    Compression compression;
+    std::vector<unsigned char> block;
 };
-
-using Format = File::Format;
-using qor::Compression;
 
 const Form kForms[] = {
     {"binary", {"world.qbin"}, Format::Binary, Compression::None, writeForm<BinarySink>, readForm<BinarySource>},

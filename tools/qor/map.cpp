@@ -19,13 +19,15 @@ constexpr double kMargin = 36;
 constexpr double kAbove = 104;  // from the upper edge to the globe: the title
 constexpr double kBelow = 70;   // from the globe to the lower edge: the caption
 
-constexpr Colour kPaper = {252, 251, 248};
-constexpr Colour kInk = {44, 62, 80};
-constexpr Colour kSoftInk = {118, 132, 145};
-constexpr Colour kOcean = {221, 234, 242};
-constexpr Colour kLands[] = {{240, 208, 153}, {178, 211, 168}, {233, 176, 158}, {190, 182, 218},
-                             {247, 229, 160}, {150, 204, 192}, {226, 179, 202}};
-constexpr Colour kIce = {247, 249, 250};
+constexpr Rgbad rgb(int red, int green, int blue) { return {red / 255.0, green / 255.0, blue / 255.0, 1}; }
+
+constexpr Rgbad kPaper = rgb(252, 251, 248);
+constexpr Rgbad kInk = rgb(44, 62, 80);
+constexpr Rgbad kSoftInk = rgb(118, 132, 145);
+constexpr Rgbad kOcean = rgb(221, 234, 242);
+constexpr Rgbad kLands[] = {rgb(240, 208, 153), rgb(178, 211, 168), rgb(233, 176, 158), rgb(190, 182, 218),
+                            rgb(247, 229, 160), rgb(150, 204, 192), rgb(226, 179, 202)};
+constexpr Rgbad kIce = rgb(247, 249, 250);
 constexpr int kAntarctica = 10;  // its ISO 3166-1 number
 
 constexpr int kDegreesBetweenGridLines = 30;
@@ -150,8 +152,8 @@ struct Relations {
 Relations relationsOf(const World& world) {
     constexpr double kCell = 10;  // degrees
     Relations relations;
-    relations.bordering.resize(world.countryCount());
-    relations.near.resize(world.countryCount());
+    relations.bordering.resize(world.countryCount);
+    relations.near.resize(world.countryCount);
     std::map<std::pair<long, long>, std::set<std::size_t>> countriesOfCells;
     const std::vector<std::vector<std::size_t>> countriesOfArc = countriesOfArcs(world);
     const std::vector<Line> arcs = arcLines(world);
@@ -172,7 +174,7 @@ Relations relationsOf(const World& world) {
 }  // namespace
 
 std::vector<std::size_t> colourNumbers(const World& world, std::size_t colourCount) {
-    const std::size_t count = world.countryCount();
+    const std::size_t count = world.countryCount;
     const Relations relations = relationsOf(world);
 
     // Those with the most neighbours choose first, while there is choice.
@@ -197,6 +199,14 @@ std::vector<std::size_t> colourNumbers(const World& world, std::size_t colourCou
     return colours;
 }
 
+std::vector<Rgbad> coloursOf(const World& world) {
+    std::vector<Rgbad> colours;
+    for (const std::size_t number : colourNumbers(world, std::size(kLands))) {
+        colours.push_back(world.ids[colours.size()] == kAntarctica ? kIce : kLands[number]);
+    }
+    return colours;
+}
+
 Map mapOf(const World& world, const std::string& caption) {
     const Projection projection;
     Map map;
@@ -205,19 +215,17 @@ Map mapOf(const World& world, const std::string& caption) {
     map.paper = kPaper;
     map.ocean = kOcean;
     map.globe = globeOutline(projection);
-    map.globeStroke = {{133, 155, 172}, 1.6};
+    map.globeStroke = {rgb(133, 155, 172), 1.6};
     map.graticule = graticule(projection);
-    map.graticuleStroke = {{202, 219, 230}, 1};
-    map.landStroke = {{122, 146, 160}, 0.6};
+    map.graticuleStroke = {rgb(202, 219, 230), 1};
+    map.landStroke = {rgb(122, 146, 160), 0.6};
     map.borderStroke = {kPaper, 1.2};
     map.labels = labelsOf(world, caption, map.height);
 
     std::vector<Line> arcs = arcLines(world);
     for (Line& arc : arcs) arc = thinned(projection, arc);
-    const std::vector<std::size_t> colours = colourNumbers(world, std::size(kLands));
-    for (std::size_t country = 0; country < world.countryCount(); ++country) {
-        const Colour colour = world.ids[country] == kAntarctica ? kIce : kLands[colours[country]];
-        Land land{world.names[country], colour, {}};
+    for (std::size_t country = 0; country < world.countryCount; ++country) {
+        Land land{world.names[country], world.colours[country], {}};
         for (const Line& ring : ringsOf(world, arcs, country)) projectVisible(projection, ring, land.rings);
         map.lands.push_back(std::move(land));
     }

@@ -18,15 +18,8 @@ struct Spot {
 
 using Path = std::vector<std::vector<Spot>>;
 
-/// Red, green and blue, from 0 to 255.
-struct Colour {
-    int red = 0;
-    int green = 0;
-    int blue = 0;
-};
-
 struct Stroke {
-    Colour colour;
+    Rgbad colour;
     double width = 1;
 };
 
@@ -36,13 +29,13 @@ struct Label {
     Spot at;
     double size = 0;
     bool isBold = false;
-    Colour colour;
+    Rgbad colour;
 };
 
 /// A country, to be filled even-odd: its rings, and the copies of those that cross the edge of the map.
 struct Land {
     std::string name;
-    Colour colour;
+    Rgbad colour;
     Path rings;
 };
 
@@ -50,8 +43,8 @@ struct Land {
 struct Map {
     int width = 0;
     int height = 0;
-    Colour paper;
-    Colour ocean;
+    Rgbad paper;
+    Rgbad ocean;
     std::vector<Spot> globe;
 
     Path graticule;
@@ -64,8 +57,12 @@ struct Map {
     std::vector<Label> labels;
 };
 
-/// A map of the whole world in the Natural Earth projection, with the world's title above it and `caption` below.
+/// A map of the whole world in the Natural Earth projection, with the world's title above it and `caption` below. Its
+/// countries have their colours.
 Map mapOf(const World& world, const std::string& caption);
+
+/// A colour for each country, from a few that go well together: always the same ones for the same world.
+std::vector<Rgbad> coloursOf(const World& world);
 
 /// The number of each country's colour, below `colourCount`. Countries with a border in common have different ones as
 /// long as there are enough colours, and all colours are used about as often.

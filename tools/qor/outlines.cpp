@@ -47,15 +47,15 @@ void beginAtTheEdge(Line& ring) {
 }  // namespace
 
 std::vector<Line> arcLines(const World& world) {
-    const std::array<double, 6>& t = world.transform;
-    std::vector<Line> lines(world.arcCount());
+    const Mat3d& t = world.toDegrees;
+    std::vector<Line> lines(world.arcCount);
     for (std::size_t arc = 0; arc < lines.size(); ++arc) {
         double x = 0;
         double y = 0;
-        for (std::size_t i = world.arcStarts[arc]; i < world.arcStarts[arc + 1]; ++i) {
-            x += world.points[i].x;
-            y += world.points[i].y;
-            lines[arc].push_back({t[0] * x + t[1] * y + t[2], t[3] * x + t[4] * y + t[5]});
+        for (std::size_t i = startOf(world.arcEnds, arc); i < startOf(world.arcEnds, arc + 1); ++i) {
+            x += world.points[i][0];
+            y += world.points[i][1];
+            lines[arc].push_back({t(0, 0) * x + t(0, 1) * y + t(0, 2), t(1, 0) * x + t(1, 1) * y + t(1, 2)});
         }
     }
     return lines;
@@ -63,11 +63,11 @@ std::vector<Line> arcLines(const World& world) {
 
 std::vector<Line> ringsOf(const World& world, std::span<const Line> arcs, std::size_t country) {
     std::vector<Line> rings;
-    const std::size_t firstRing = world.ringStarts[world.polygonStarts[country]];
-    const std::size_t endRing = world.ringStarts[world.polygonStarts[country + 1]];
+    const std::size_t firstRing = startOf(world.ringEnds, startOf(world.polygonEnds, country));
+    const std::size_t endRing = startOf(world.ringEnds, startOf(world.polygonEnds, country + 1));
     for (std::size_t ring = firstRing; ring < endRing; ++ring) {
         Line line;
-        for (std::size_t i = world.indexStarts[ring]; i < world.indexStarts[ring + 1]; ++i) {
+        for (std::size_t i = startOf(world.indexEnds, ring); i < startOf(world.indexEnds, ring + 1); ++i) {
             const int index = world.arcIndexes[i];
             join(line, arcs[arcOf(index)], index < 0);
         }
@@ -110,11 +110,12 @@ std::vector<double> shiftsOf(const Line& line) {
 }
 
 std::vector<std::vector<std::size_t>> countriesOfArcs(const World& world) {
-    std::vector<std::vector<std::size_t>> countries(world.arcCount());
-    for (std::size_t country = 0; country < world.countryCount(); ++country) {
-        const std::size_t first = world.indexStarts[world.ringStarts[world.polygonStarts[country]]];
-        const std::size_t end = world.indexStarts[world.ringStarts[world.polygonStarts[country + 1]]];
-        for (std::size_t i = first; i < end; ++i) {
+    std::vector<std::vector<std::size_t>> countries(world.arcCount);
+    const auto firstIndex = [&](std::size_t country) {
+        return startOf(world.indexEnds, startOf(world.ringEnds, startOf(world.polygonEnds, country)));
+    };
+    for (std::size_t country = 0; country < world.countryCount; ++country) {
+        for (std::size_t i = firstIndex(country); i < firstIndex(country + 1); ++i) {
             std::vector<std::size_t>& bounded = countries[arcOf(world.arcIndexes[i])];
             if (bounded.empty() || bounded.back() != country) bounded.push_back(country);
         }

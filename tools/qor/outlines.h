@@ -1,7 +1,6 @@
 // Outlines on the globe: arcs in degrees, and rings that cross the 180th meridian or go round a pole.
 #pragma once
 
-#include <array>
 #include <span>
 #include <vector>
 

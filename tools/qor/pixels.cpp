@@ -72,9 +72,7 @@ class Drawing {
 
     void drawEdge(const Map& map) { stroke({map.globe}, map.globeStroke, true); }
 
-    void setColour(const Colour& colour) {
-        cairo_set_source_rgb(context, colour.red / 255.0, colour.green / 255.0, colour.blue / 255.0);
-    }
+    void setColour(const Rgbad& colour) { cairo_set_source_rgb(context, colour[0], colour[1], colour[2]); }
 
     void addLine(const std::vector<Spot>& line, bool isClosed) {
         cairo_new_sub_path(context);
@@ -132,13 +130,12 @@ void fitGlobe(cairo_t* context, const std::vector<Spot>& globe) {
 
 // A pixel of cairo is one number: opacity, red, green, blue, from the high byte down, the colours multiplied by the
 // opacity.
-void appendPixel(std::vector<unsigned char>& pixels, std::uint32_t pixel) {
+Rgba8 pixelOf(std::uint32_t pixel) {
     const std::uint32_t opacity = pixel >> 24;
-    for (const int shift : {16, 8, 0}) {
-        const std::uint32_t colour = pixel >> shift & 255;
-        pixels.push_back(static_cast<unsigned char>(opacity == 0 ? 0 : (colour * 255 + opacity / 2) / opacity));
-    }
-    pixels.push_back(static_cast<unsigned char>(opacity));
+    const auto colourAt = [&](int shift) {
+        return opacity == 0 ? 0 : ((pixel >> shift & 255) * 255 + opacity / 2) / opacity;
+    };
+    return {colourAt(16), colourAt(8), colourAt(0), opacity};
 }
 
 }  // namespace
@@ -157,7 +154,7 @@ void writePng(const Map& map, const Folder& to, std::string_view name) {
     if (status != CAIRO_STATUS_SUCCESS) throw Failure(to.label(name), cairo_status_to_string(status));
 }
 
-std::vector<unsigned char> thumbnailOf(const Map& map) {
+Thumbnail thumbnailOf(const Map& map) {
     const Surface surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, kThumbnailWidth, kThumbnailHeight));
     const Context context(cairo_create(surface.get()));
     fitGlobe(context.get(), map.globe);
@@ -167,15 +164,16 @@ std::vector<unsigned char> thumbnailOf(const Map& map) {
 
     cairo_surface_flush(surface.get());
     const unsigned char* row = cairo_image_surface_get_data(surface.get());
-    std::vector<unsigned char> pixels;
+    Thumbnail thumbnail;
+    Rgba8* to = thumbnail.data();
     for (int y = 0; y < kThumbnailHeight; ++y, row += cairo_image_surface_get_stride(surface.get())) {
         for (std::size_t x = 0; x < kThumbnailWidth; ++x) {
             std::uint32_t pixel = 0;
             std::memcpy(&pixel, row + x * sizeof(pixel), sizeof(pixel));
-            appendPixel(pixels, pixel);
+            *to++ = pixelOf(pixel);
         }
     }
-    return pixels;
+    return thumbnail;
 }
 
 }  // namespace tool

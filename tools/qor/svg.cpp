@@ -17,8 +17,9 @@ namespace {
 
 constexpr double kUnitsPerPixel = 10;
 
-std::string hex(const Colour& colour) {
-    return fmt::format("#{:02x}{:02x}{:02x}", colour.red, colour.green, colour.blue);
+std::string hex(const Rgbad& colour) {
+    const auto byteOf = [](double part) { return std::lround(part * 255); };
+    return fmt::format("#{:02x}{:02x}{:02x}", byteOf(colour[0]), byteOf(colour[1]), byteOf(colour[2]));
 }
 
 // A number needs a space before it unless its sign stands there.

@@ -127,11 +127,11 @@ std::int64_t Value::whole(std::int64_t lowest, std::int64_t highest) const {
 constexpr std::int64_t kIntMin = std::numeric_limits<int>::min();
 constexpr std::int64_t kIntMax = std::numeric_limits<int>::max();
 
-// Where the next thing of a table begins. Tables count in 32 bits.
+// Where the things in a table end so far. Ends are ints.
 template <typename T>
-unsigned int startAfter(const std::vector<T>& table) {
-    if (table.size() > std::numeric_limits<unsigned int>::max()) throw BadDocument("the document is too large");
-    return static_cast<unsigned int>(table.size());
+int endOf(const std::vector<T>& table) {
+    if (table.size() > static_cast<std::size_t>(kIntMax)) throw BadDocument("the document is too large");
+    return static_cast<int>(table.size());
 }
 
 void checkKind(const Value& root) {
@@ -150,15 +150,17 @@ void readTransform(const Value& root, World& world) {
         if (pair->list(2) != 2) pair->refuse("two numbers");
     }
     const auto numberOf = [](const Value& pair, std::size_t i) { return pair.item(i).number(); };
-    world.transform = {numberOf(scale, 0), 0, numberOf(translate, 0), 0, numberOf(scale, 1), numberOf(translate, 1)};
+    world.toDegrees = Mat3d(numberOf(scale, 0), 0, numberOf(translate, 0),  //
+                            0, numberOf(scale, 1), numberOf(translate, 1),  //
+                            0, 0, 1);
 }
 
 // Whether a point lies on the globe, with some room for rounding.
 bool isOnGlobe(const World& world, std::int64_t x, std::int64_t y) {
     constexpr double kRoom = 1e-3;
-    const std::array<double, 6>& t = world.transform;
-    const double longitude = t[0] * static_cast<double>(x) + t[2];
-    const double latitude = t[4] * static_cast<double>(y) + t[5];
+    const Mat3d& t = world.toDegrees;
+    const double longitude = t(0, 0) * static_cast<double>(x) + t(0, 2);
+    const double latitude = t(1, 1) * static_cast<double>(y) + t(1, 2);
     return std::abs(longitude) <= 180 + kRoom && std::abs(latitude) <= 90 + kRoom;
 }
 
@@ -166,7 +168,6 @@ void readArcs(const Value& root, World& world) {
     const Value arcs = root.member("arcs");
     const std::size_t arcCount = arcs.list(0);
     if (arcCount > static_cast<std::size_t>(kIntMax)) arcs.fail("has more items than an index can count");
-    world.arcStarts.push_back(0);
     for (std::size_t i = 0; i < arcCount; ++i) {
         const Value arc = arcs.item(i);
         const std::size_t pointCount = arc.list(2);
@@ -182,27 +183,27 @@ void readArcs(const Value& root, World& world) {
             if (!isOnGlobe(world, x, y)) {
                 point.fail("lies outside the globe; expected degrees, not coordinates that are projected already");
             }
-            world.points.push_back({static_cast<int>(stepX), static_cast<int>(stepY)});
+            world.points.emplace_back(stepX, stepY);
         }
-        world.arcStarts.push_back(startAfter(world.points));
+        world.arcEnds.push_back(endOf(world.points));
     }
 }
 
 void readRing(const Value& ring, World& world) {
     const std::size_t count = ring.list(1);
-    const std::int64_t arcCount = static_cast<std::int64_t>(world.arcCount());
+    const std::int64_t arcCount = endOf(world.arcEnds);
     for (std::size_t i = 0; i < count; ++i) {
         const Value index = ring.item(i);
         if (arcCount == 0) index.refuse("the index of an arc, of which there are none");
         world.arcIndexes.push_back(static_cast<int>(index.whole(-arcCount, arcCount - 1)));
     }
-    world.indexStarts.push_back(startAfter(world.arcIndexes));
+    world.indexEnds.push_back(endOf(world.arcIndexes));
 }
 
 void readPolygon(const Value& polygon, World& world) {
     const std::size_t ringCount = polygon.list(1);
     for (std::size_t i = 0; i < ringCount; ++i) readRing(polygon.item(i), world);
-    world.ringStarts.push_back(static_cast<unsigned int>(world.ringCount()));
+    world.ringEnds.push_back(endOf(world.indexEnds));
 }
 
 void readOutline(const Value& country, World& world) {
@@ -216,7 +217,7 @@ void readOutline(const Value& country, World& world) {
     } else if (!type.isNull()) {
         type.refuse("\"Polygon\" or \"MultiPolygon\"");
     }
-    world.polygonStarts.push_back(static_cast<unsigned int>(world.ringStarts.size() - 1));
+    world.polygonEnds.push_back(endOf(world.ringEnds));
 }
 
 int readId(const Value& country) {
@@ -245,7 +246,6 @@ void readCountries(const Value& root, World& world) {
     if (type.raw() != "GeometryCollection") type.refuse("\"GeometryCollection\"");
     const Value geometries = collection.member("geometries");
     const std::size_t count = geometries.list(0);
-    world.polygonStarts = world.ringStarts = world.indexStarts = {0};
     for (std::size_t i = 0; i < count; ++i) {
         const Value country = geometries.item(i);
         const Value properties = country.member("properties");
@@ -253,7 +253,15 @@ void readCountries(const Value& root, World& world) {
         world.ids.push_back(readId(country));
         readOutline(country, world);
     }
-    startAfter(world.names);
+}
+
+void countParts(World& world) {
+    world.countryCount = world.names.size();
+    world.polygonCount = world.ringEnds.size();
+    world.ringCount = world.indexEnds.size();
+    world.indexCount = world.arcIndexes.size();
+    world.arcCount = world.arcEnds.size();
+    world.pointCount = world.points.size();
 }
 
 // The parser's own words, without its name and number in front: "line 3, column 14: syntax error ...". What it read
@@ -292,7 +300,8 @@ World parseTopology(std::string_view text) {
     readTransform(root, world);
     readArcs(root, world);
     readCountries(root, world);
-    world.title = fmt::format("The world in {} countries and territories", grouped(world.countryCount()));
+    countParts(world);
+    world.title = fmt::format("The world in {} countries and territories", grouped(world.countryCount));
     return world;
 }
 

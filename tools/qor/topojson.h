@@ -15,7 +15,8 @@ class BadDocument : public std::runtime_error {
 };
 
 /// The countries of the TopoJSON document `text`: the geometries of its object `countries`, which are polygons with
-/// names. Nothing in it is trusted; whatever cannot be stored or drawn throws a BadDocument. The title is made here.
+/// names. Nothing in it is trusted; whatever cannot be stored or drawn throws a BadDocument. The title is made here;
+/// colours and thumbnail are left for later.
 World parseTopology(std::string_view text);
 
 }  // namespace tool

@@ -35,12 +35,10 @@ constexpr const char* kPngName = "world.png";
 
 constexpr const char* kDescription = "Store the world's countries, read them back, compare, and draw a map";
 constexpr const char* kFooter =
-    "Writes the countries in every form: as world.qbin (binary), world.txt with names.txt (text), and, with a "
-    "thumbnail,\n"
-    "as compressed blocks in world.lz4.qbin, world.zlib.qbin, world.zstd.qbin and world.zstd.txt. Reads each form "
-    "back,\n"
-    "compares every value with the source, and draws world.svg and world.png from what was read. Only a run in which\n"
-    "all is well changes any file.\n"
+    "Writes the countries, a colour for each and a thumbnail in every form: as world.qbin (binary), world.txt with\n"
+    "names.txt (text), and as compressed blocks in world.lz4.qbin, world.zlib.qbin, world.zstd.qbin and\n"
+    "world.zstd.txt. Reads each form back, compares every value with the source, and draws world.svg and world.png\n"
+    "from what was read. Only a run in which all is well changes any file.\n"
     "Exit codes: 0 all well, 1 a value differs, 2 wrong usage, 3 cannot read or write.";
 
 struct Options {
@@ -83,6 +81,7 @@ Source load(const std::string& path) {
     const std::string text = readWhole(path);
     try {
         Source source{fs::path(path).filename().string(), text.size(), parseTopology(text)};
+        source.world.colours = coloursOf(source.world);
         source.world.thumbnail = thumbnailOf(mapOf(source.world, ""));
         return source;
     } catch (const BadDocument& bad) {
@@ -120,7 +119,7 @@ std::vector<std::string> outputNames() {
 
 std::string captionOf(const World& world, const std::string& file) {
     return fmt::format("{} points in {} arcs, drawn from {} as qor read it back. Outlines: Natural Earth.",
-                       grouped(world.points.size()), grouped(world.arcCount()), file);
+                       grouped(world.pointCount), grouped(world.arcCount), file);
 }
 
 // ---- Telling --------------------------------------------------------------------------------------------------------
@@ -139,8 +138,8 @@ void appendLine(std::string& table, const std::array<std::string, 6>& cells) {
 std::string tableOf(const Source& source, const std::vector<Row>& rows) {
     const World& world = source.world;
     std::string table =
-        fmt::format("{}: {} countries, {} arcs, {} points in {} bytes\n\n", source.name, grouped(world.countryCount()),
-                    grouped(world.arcCount()), grouped(world.points.size()), grouped(source.size));
+        fmt::format("{}: {} countries, {} arcs, {} points in {} bytes\n\n", source.name, grouped(world.countryCount),
+                    grouped(world.arcCount), grouped(world.pointCount), grouped(source.size));
     appendLine(table, {"form", "file", "bytes", "of source", "write", "read"});
     for (const Row& row : rows) {
         for (std::size_t i = 0; i < row.sizes.size(); ++i) {
