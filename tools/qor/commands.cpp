@@ -21,7 +21,7 @@ namespace tool {
 namespace {
 
 constexpr const char* kFooter =
-    "Exit codes: 0 all well, 1 a value differs, 2 wrong usage, 3 cannot read or write.\n"
+    "Exit codes: 0 all well, 1 a value differs or does not fit, 2 wrong usage, 3 cannot read or write.\n"
     "`qor COMMAND --help` tells more about a command.";
 
 std::string helpHint(const CLI::App& app) {
@@ -75,6 +75,8 @@ int runCommandLine(int argc, char** argv) {
     app.footer(kFooter);
     app.set_version_flag("--version", "qor " QOR_VERSION);
     app.allow_extras();
+    addShowCommand(app, run);
+    addTypesCommand(app, run);
     addWorldCommand(app, run);
     for (CLI::App* command : app.get_subcommands(nullptr)) command->allow_extras();
     try {

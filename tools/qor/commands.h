@@ -26,6 +26,8 @@ void print(std::string_view text);
 bool wantsColour();
 
 // Each command is a file of its own. It adds itself to `app`, and sets `run` if it is chosen.
+void addShowCommand(CLI::App& app, Run& run);
+void addTypesCommand(CLI::App& app, Run& run);
 void addWorldCommand(CLI::App& app, Run& run);
 
 }  // namespace tool

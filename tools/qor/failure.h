@@ -9,7 +9,7 @@ namespace tool {
 
 enum ExitCode {
     kAllWell = 0,
-    kDiffers = 1,     // what was read back is not what was written
+    kDiffers = 1,     // what was read is not what was written, or not what a layout says
     kWrongUsage = 2,  // of the command line
     kCannot = 3,      // read or write
 };
