@@ -229,7 +229,7 @@ class TextSource : public FileSource {
     }
 
     std::optional<Rest> rest() const {
-        if (const std::optional<Rest> more = FileSource::rest()) return more;
+        if (std::optional<Rest> more = FileSource::rest()) return more;
         if (!linesLeft.empty()) return Rest{textsName, counted(linesLeft.size(), "byte")};
         if (isCut) return Rest{textsName, "a zero byte"};
         return std::nullopt;

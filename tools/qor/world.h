@@ -38,7 +38,7 @@ inline constexpr int kThumbnailWidth = 256;
 inline constexpr int kThumbnailHeight = 128;
 
 /// Rows from the upper edge down.
-using Thumbnail = std::array<Rgba8, kThumbnailWidth * kThumbnailHeight>;
+using Thumbnail = std::array<Rgba8, std::size_t{kThumbnailWidth} * kThumbnailHeight>;
 
 /// Countries made of polygons made of rings made of arcs. In a table of ends, those of thing i end before ends[i], and
 /// begin where those of thing i - 1 end: see `startOf`.
