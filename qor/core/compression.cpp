@@ -29,12 +29,15 @@ constexpr Codec kCodecs[] = {
     {Compression::Zstd, impl::zstd::recognises, impl::zstd::kMaxExpansion, impl::zstd::encode, impl::zstd::decode},
 };
 
-bool decode(Bytes payload, std::uint64_t size, Vector& content) {
+// What a stream of any kind holds, or nothing.
+Vector decode(Bytes stream, std::uint64_t size) {
     for (const Codec& codec : kCodecs) {
-        if (!codec.recognises(payload)) continue;
-        return size / codec.maxExpansion <= payload.size() && codec.decode(payload, size, content);
+        if (!codec.recognises(stream)) continue;
+        Vector content;
+        if (size > 0 && size / codec.maxExpansion <= stream.size() && codec.decode(stream, size, content))
+            return content;
     }
-    return false;
+    return {};
 }
 
 }  // namespace
@@ -56,18 +59,15 @@ Vector compress(const unsigned char* data, unsigned long size, bool asText, Comp
 }
 
 Vector decompress(const Vector& payload, bool asText, unsigned long uncompressedSize) {
-    if (uncompressedSize == 0) return {};
-    Vector content;
-    bool done = false;
-    if (asText) {
-        Vector stream;
-        done = impl::decodeBase64({payload.data(), payload.size()}, stream) &&
-               decode({stream.data(), stream.size()}, uncompressedSize, content);
-    } else {
-        done = decode({payload.data(), payload.size()}, uncompressedSize, content);
-    }
-    if (!done) content.clear();
-    return content;
+    if (!asText) return decode({payload.data(), payload.size()}, uncompressedSize);
+    Vector stream;
+    if (!impl::decodeBase64({payload.data(), payload.size()}, stream)) return {};
+    return decode({stream.data(), stream.size()}, uncompressedSize);
+}
+
+Vector decompress(Vector&& payload, bool asText, unsigned long uncompressedSize) {
+    if (asText && !impl::decodeBase64(payload)) return {};
+    return decode({payload.data(), payload.size()}, uncompressedSize);
 }
 
 }  // namespace qor

@@ -26,4 +26,7 @@ ds::Vector<unsigned char> compress(const unsigned char* data, unsigned long size
 ds::Vector<unsigned char> decompress(const ds::Vector<unsigned char>& payload, bool asText,
                                      unsigned long uncompressedSize);
 
+/// As above, for a payload that is not needed afterwards: Base64 is decoded in its own memory.
+ds::Vector<unsigned char> decompress(ds::Vector<unsigned char>&& payload, bool asText, unsigned long uncompressedSize);
+
 }  // namespace qor

@@ -149,6 +149,46 @@ bool join(std::vector<String>& pieces, String& out) {
     return true;
 }
 
+}  // namespace
+
+// A token on its way. It may be as long as the file, so a long one is kept in the pieces in which it arrives: to double
+// a memory that is full would take three times what is there.
+class File::Token {
+ public:
+    /// False if memory is refused.
+    bool append(std::string_view more) {
+        if (last.size() + more.size() <= kShort) return add(last, more);
+        if (!last.empty() && !addPiece(pieces, last)) return false;
+        last.clear();
+        return more.size() <= kShort ? add(last, more) : addPiece(pieces, more);
+    }
+
+    /// Ends the token: its text is whole then. False if memory is refused.
+    bool end() {
+        if (pieces.empty()) return true;
+        if (!last.empty() && !addPiece(pieces, last)) return false;
+        std::string().swap(last);
+        return join(pieces, whole);
+    }
+
+    std::string_view text() const { return whole.isEmpty() ? std::string_view(last) : whole.view(); }
+
+    void clear() {
+        last.clear();
+        pieces.clear();
+        whole = String();
+    }
+
+ private:
+    static constexpr std::size_t kShort = 0x40000;
+
+    std::string last;
+    std::vector<String> pieces;
+    String whole;
+};
+
+namespace {
+
 // Figures of a message, as printf wants them.
 String figures(const char* pattern, std::uint64_t requested, std::uint64_t done) {
     return String::format(pattern, static_cast<unsigned long long>(requested), static_cast<unsigned long long>(done));
@@ -587,16 +627,18 @@ bool File::read(std::vector<unsigned char>& bytes, Compression compression) {
 bool File::read(std::span<unsigned char> bytes, Compression compression) {
     if (!okToRead()) return false;
     if (compression == Compression::None) return bytes.empty() || readInternal(bytes.data(), bytes.size());
-    return readBlock([bytes](const ds::Vector<unsigned char>& content) {
+    const auto take = [bytes](const ds::Vector<unsigned char>& content) {
         if (content.size() != bytes.size()) return false;
         std::copy(content.begin(), content.end(), bytes.begin());
         return true;
-    });
+    };
+    return readBlock(take, bytes.size());
 }
 
-// Reads a block and hands what it holds to `take(content)`, which may refuse it.
+// Reads a block and hands what it holds to `take(content)`, which may refuse it. What claims to be more than `most`
+// bytes is not even decompressed.
 template <typename Take>
-bool File::readBlock(Take take) {
+bool File::readBlock(Take take, std::uint64_t most) {
     unsigned long size = 0;
     unsigned long payloadSize = 0;
     if (!readBlockHeader(size, payloadSize)) return fail(kBlockHeaderFailed);
@@ -604,7 +646,7 @@ bool File::readBlock(Take take) {
     if (payloadSize > 0) {
         ds::Vector<unsigned char> payload;
         if (!readPayload(payload, payloadSize)) return fail(kPayloadFailed);
-        content = decompress(payload, readsText(), size);
+        if (size <= most) content = decompress(std::move(payload), readsText(), size);
     }
     const bool isWhole = payloadSize == 0 || !content.isEmpty();
     return (isWhole && take(content)) || fail(figures(kDecompressFailed, payloadSize, size));
@@ -634,18 +676,31 @@ bool File::readMark(char mark) {
     return read(found) && found == mark;
 }
 
-// The size is a stranger's claim: memory is taken once the file is known to be long enough.
+// The size is a stranger's claim: memory is taken once the file is known to be long enough. Of a file whose length
+// could not be told nothing is known: more than a chunk ahead, memory is taken only for what has arrived.
 bool File::readPayload(ds::Vector<unsigned char>& payload, std::uint64_t size) {
+    constexpr std::uint64_t kNoLength = ~std::uint64_t{0} >> 1;  // a folder's; one more and above: the stream gave none
+    std::vector<String> pieces;
     unsigned char* next = nullptr;
-    return readPieces(size, [&](const unsigned char* piece, std::uint64_t n) {
-        if (!next) {
+    const auto take = [&](const unsigned char* bytes, std::uint64_t n) {
+        if (pieces.empty() && !next && (length < kNoLength || size - n <= kStagingSize)) {
             if (!payload.resizeForOverwrite(size)) return false;
             next = payload.data();
         }
-        std::memcpy(next, piece, n);
+        if (!next) return addPiece(pieces, {reinterpret_cast<const char*>(bytes), n});
+        std::memcpy(next, bytes, n);
         next += n;
         return true;
-    });
+    };
+    if (!readPieces(size, take)) return false;
+    if (pieces.empty()) return true;
+    if (!payload.resizeForOverwrite(size)) return false;
+    next = payload.data();
+    for (String& piece : pieces) {
+        next = std::copy(piece.view().begin(), piece.view().end(), next);
+        piece = String();
+    }
+    return true;
 }
 
 bool File::readRaw(ds::Vector<unsigned char>& bytes) {
@@ -663,6 +718,14 @@ bool File::readRaw(ds::Vector<unsigned char>& bytes) {
 //
 // What is described here and in the header scalar by scalar is done in runs, as long as the buffer has room or the
 // chunk has bytes; where either ends, one scalar goes the common way. The calls on the stream are the same.
+
+namespace {
+
+// Where a stream fails, or has ended with nothing loaded, it is asked again for each value that is missing. A
+// stranger's count may miss a trillion of them: after so many in a row the others are taken to be missing too.
+constexpr std::uint64_t kOftenEnough = 1'000'000;
+
+}  // namespace
 
 bool File::write(const BufRef& ref, bool compress) {
     if (!okToWrite()) return false;
@@ -817,6 +880,7 @@ bool File::readItems(const BufRef& ref, const Items& items) {
 template <typename Bits>
 bool File::readScalars(const Items& items) {
     bool done = true;
+    std::uint64_t missing = 0;
     const std::uint64_t end = items.size() / sizeof(Bits);
     for (std::uint64_t next = 0; next < end;) {
         const std::uint64_t loaded = bufPos > 0 ? unread() / sizeof(Bits) : 0;
@@ -834,9 +898,10 @@ bool File::readScalars(const Items& items) {
         unsigned char scalar[sizeof(Bits)];
         if (readInternal(scalar, sizeof(Bits))) {
             eachRun<Bits>(items, next, 1, [&](unsigned char* to, auto) { copyScalars<Bits>(to, scalar, 1); });
+            missing = 0;
         } else {
             done = false;
-            if (isAtTheEnd(sizeof(Bits))) return false;
+            if (isAtTheEnd(sizeof(Bits)) || ++missing == kOftenEnough) return false;
         }
         ++next;
     }
@@ -871,32 +936,35 @@ bool File::readTexts(const BufRef& ref) {
 // one of them cannot be parsed.
 template <typename Take, typename Parse>
 bool File::readTokens(std::uint64_t count, Take take, Parse parse) {
-    // At the end of a file that ends with nothing loaded, the stream is asked again for each token that is missing. It
-    // is not asked a million times.
-    constexpr std::uint64_t kOftenEnough = 1'000'000;
     bool done = true;
     std::uint64_t missing = 0;
-    std::string token;
+    Token token;
     for (std::uint64_t i = 0; i < count; ++i) {
         i += take(i);
         if (i == count) break;
         bool isWhole = true;
         const bool ended = readToken(token, isWhole);
-        done = isWhole && parse(i, std::string_view(token)) && done;
-        if (ended) continue;
-        const bool isLast = i + 1 == count;
-        if (isAtTheEnd(1) || (filePos >= length && ++missing == kOftenEnough)) return done && isLast;
+        done = isWhole && parse(i, token.text()) && done;
+        missing = ended ? 0 : missing + 1;
+        if (!ended && (isAtTheEnd(1) || missing == kOftenEnough)) return done && i + 1 == count;
     }
     return done;
 }
 
 // The characters up to a space, which is consumed, or up to a read that fails; false then. Where there is no memory for
 // all of them, they are consumed all the same.
-bool File::readToken(std::string& token, bool& isWhole) {
+bool File::readToken(Token& token, bool& isWhole) {
     token.clear();
     const auto keep = [&](std::string_view characters) {
-        if (!add(token, characters)) isWhole = fail(kOutOfMemory);
+        if (isWhole && !token.append(characters)) isWhole = fail(kOutOfMemory);
     };
+    const bool ended = takeToken(keep);
+    if (isWhole && !token.end()) isWhole = fail(kOutOfMemory);
+    return ended;
+}
+
+template <typename Keep>
+bool File::takeToken(Keep keep) {
     for (;;) {
         if (mode == Mode::Read && bufPos > 0) {
             const std::string_view loaded(reinterpret_cast<const char*>(buffer.at(bufPos)), unread());

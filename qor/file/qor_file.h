@@ -252,8 +252,8 @@ class File : public RefersTo<RefCounted> {
     bool read(ds::Vector<unsigned char>& bytes, Compression compression);
     bool read(std::vector<unsigned char>& bytes, Compression compression);
 
-    /// As above, into memory of just the right size: a block of another size is refused, as a damaged one is. Nothing
-    /// is read for no bytes without compression.
+    /// As above, into memory of just the right size: a block of another size is refused, as a damaged one is, and one
+    /// that claims to be larger is not even decompressed. Nothing is read for no bytes without compression.
     bool read(std::span<unsigned char> bytes, Compression compression);
 
     /// Takes apart the header of a block that lies in memory, at least 21 bytes of it, as it stands in a binary file
@@ -494,7 +494,7 @@ class File final : public RefCounted {
 
     bool writeBlockHeader(unsigned long size, unsigned long payloadSize);
     template <typename Take>
-    bool readBlock(Take take);
+    bool readBlock(Take take, std::uint64_t most = ~std::uint64_t{0});
     bool readBlockHeader(unsigned long& size, unsigned long& payloadSize);
     bool readBlockLength(unsigned long& value);
     bool readMark(char mark);
@@ -516,7 +516,10 @@ class File final : public RefCounted {
     bool readTexts(const BufRef& ref);
     template <typename Take, typename Parse>
     bool readTokens(std::uint64_t count, Take take, Parse parse);
-    bool readToken(std::string& token, bool& isWhole);
+    class Token;
+    bool readToken(Token& token, bool& isWhole);
+    template <typename Keep>
+    bool takeToken(Keep keep);
     template <typename T>
     std::uint64_t takeNumbers(unsigned char* to, std::uint64_t itemSize, std::uint64_t count);
 

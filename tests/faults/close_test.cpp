@@ -198,6 +198,18 @@ TEST_F(Close, AnEarlierFailureIsNotReportedAgain) {
     EXPECT_EQ(stateOf(file), "pos 0, len 0, text, eof");
 }
 
+TEST_F(Close, AndAFlushBeforeItForgetThatALargeWriteFailed) {
+    opened(Mode::Write, Format::Text);
+    disk.write(2).fails();
+    EXPECT_FALSE(file.write(std::string(2 * kBuffer, 'x').c_str()));
+    EXPECT_EQ(file.error(), "Fwrite failed. Requested 0, read 0.");
+    EXPECT_TRUE(file.flush());
+    EXPECT_TRUE(file.ok());
+    EXPECT_TRUE(file.close());
+    EXPECT_TRUE(file.ok());
+    EXPECT_EQ(content(), Bytes{""});
+}
+
 // ---- Letting go -----------------------------------------------------------------------------------------------------
 
 TEST_F(LettingGo, OfTheLastHandleWritesAndCloses) {

@@ -1,15 +1,17 @@
 // The file layer a second time, written for plainness alone: what every operation does, in numbered steps.
 //
-// It moves whole texts and zero-fills whole buffers, and shares no code with the library, so that the two agree only if
-// both are right. It runs on a Disk of its own, and the tests compare after every operation what can be seen from
-// outside: result, error text, counters, the calls on the stream and the bytes in the files.
+// It moves whole texts and scalar by scalar, and shares no code with the library but the codecs, so that the two agree
+// only if both are right. It runs on a Disk of its own, and the tests compare after every operation what can be seen
+// from outside: result, error text, counters, the calls on the stream and the bytes in the files.
 #pragma once
 
 #include <algorithm>
 #include <bit>
 #include <charconv>
 #include <concepts>
+#include <cstdarg>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -172,6 +174,24 @@ class Model {
         return writeInternal(characters);
     }
 
+    /// What printf prints; nothing if a conversion fails.
+    [[gnu::format(printf, 2, 3)]] bool print(const char* fmt, ...) {
+        va_list arguments;
+        va_start(arguments, fmt);
+        const std::string text = formatted(fmt, arguments);
+        va_end(arguments);
+        return write(text.c_str());
+    }
+
+    /// The same and a line feed.
+    [[gnu::format(printf, 2, 3)]] bool printLn(const char* fmt, ...) {
+        va_list arguments;
+        va_start(arguments, fmt);
+        const std::string text = formatted(fmt, arguments) + '\n';
+        va_end(arguments);
+        return write(text.c_str());
+    }
+
     /// The whole of a text file.
     std::string read() {
         // 1, 2. Admission.
@@ -281,7 +301,9 @@ class Model {
         if (payloadSize == 0) return true;
         // 7. The payload.
         std::string payload;
-        if (beyondMemory(payloadSize) || !readInternal(payload, payloadSize)) {
+        // A length of 2^63 - 1 or more is none: of such a file nothing is known beforehand.
+        const bool isMeasured = length < ~std::uint64_t{0} >> 1;
+        if ((isMeasured && beyondMemory(payloadSize)) || !readInternal(payload, payloadSize)) {
             error_ = "Failed to read compressed buffer.";
             return false;
         }
@@ -297,6 +319,43 @@ class Model {
                      ", decompressed size: " + std::to_string(size) + ").";
         }
         return !bytes.empty();
+    }
+
+    // ---- Blocks in memory -------------------------------------------------------------------------------------------
+
+    static bool decodeRawFileBlock(const unsigned char* block, Compression& compression, unsigned long& compressedSize,
+                                   unsigned long& uncompressedSize, unsigned char*& payload) {
+        // 1. Nothing found yet.
+        compression = static_cast<Compression>(0);
+        compressedSize = uncompressedSize = 0;
+        payload = nullptr;
+        // 2 to 8. Mark by mark. A wrong one ends it; what was found before stays. Lengths are in host byte order.
+        if (block[0] != '.') return false;
+        if (block[1] != '0' && block[1] != '1' && block[1] != '2' && block[1] != '3') return false;
+        compression = static_cast<Compression>(block[1] - '0');
+        if (block[2] != '.') return false;
+        std::memcpy(&uncompressedSize, block + 3, 8);
+        if (block[11] != '.') return false;
+        std::memcpy(&compressedSize, block + 12, 8);
+        if (block[20] != '.') return false;
+        // 9. The payload follows.
+        payload = const_cast<unsigned char*>(block) + 21;
+        return true;
+    }
+
+    static bool decodeRawFileData(const ds::Vector<unsigned char>& data, Compression& compression,
+                                  unsigned long& compressedSize, unsigned long& uncompressedSize,
+                                  unsigned char*& payload) {
+        // 1. Nothing found yet.
+        compression = static_cast<Compression>(0);
+        compressedSize = uncompressedSize = 0;
+        payload = nullptr;
+        // 2. Room for a header.
+        if (data.size() < 21) return false;
+        // 3. The header.
+        if (!decodeRawFileBlock(data.data(), compression, compressedSize, uncompressedSize, payload)) return false;
+        // 4. The payload and nothing behind it.
+        return data.size() - 21 == compressedSize;
     }
 
     // ---- Typed arrays -----------------------------------------------------------------------------------------------
@@ -469,6 +528,25 @@ class Model {
         return true;
     }
 
+    // ---- Streaming --------------------------------------------------------------------------------------------------
+
+    template <typename T>
+    Model& operator<<(const T& value) {
+        write(value);
+        return *this;
+    }
+    template <typename T>
+    Model& operator>>(T& value) {
+        read(value);
+        return *this;
+    }
+
+    /// An array of single bytes becomes a block.
+    Model& operator<<(const BufRef& ref) {
+        write(ref, true);
+        return *this;
+    }
+
  private:
     static constexpr std::uint64_t kStagingSize = 0x100000;
     static constexpr std::uint64_t kMostThatMemoryHolds = std::uint64_t{1} << 47;
@@ -503,7 +581,11 @@ class Model {
 
     // ---- Steps that several operations take -------------------------------------------------------------------------
 
-    void zeroBuffer() { std::memset(buffer.data(), 0, buffer.size()); }
+    // All of the buffer becomes zero. Nothing behind `used` is anything else, which saves most of the work.
+    void zeroBuffer() {
+        std::memset(buffer.data(), 0, used);
+        used = 0;
+    }
 
     void reset() {
         stream = nullptr;
@@ -597,6 +679,7 @@ class Model {
         // 3. The rest is staged.
         std::memcpy(buffer.data() + bufPos, data.data(), n);
         bufPos += n;
+        used = std::max(used, bufPos);
         position += n;
         return true;
     }
@@ -610,6 +693,7 @@ class Model {
         if (bufPos == 0) {
             const std::uint64_t asked = chunk < kStagingSize ? chunk : kStagingSize;
             const std::uint64_t count = disk.Fread(buffer.data(), asked, stream);
+            used = std::max(used, count);
             if (count != chunk) {
                 error_ = moved("Fread", chunk, count);
                 return false;
@@ -696,6 +780,19 @@ class Model {
             text[count++] = static_cast<char>(byte);
         }
         return false;
+    }
+
+    // ---- Formatted text ---------------------------------------------------------------------------------------------
+
+    static std::string formatted(const char* fmt, va_list arguments) {
+        va_list again;
+        va_copy(again, arguments);
+        const int size = std::vsnprintf(nullptr, 0, fmt, again);
+        va_end(again);
+        if (size < 0) return "";
+        std::string text(static_cast<std::size_t>(size) + 1, '\0');
+        std::vsnprintf(text.data(), text.size(), fmt, arguments);
+        return text.c_str();
     }
 
     // ---- Numbers as bytes and as text -------------------------------------------------------------------------------
@@ -834,6 +931,7 @@ class Model {
     std::uint64_t chunkEnd = 0;
     std::uint64_t bufPos = 0;
     std::string buffer;
+    std::uint64_t used = 0;
     std::uint64_t position = 0;
 };
 

@@ -1,8 +1,6 @@
 // A disk in memory that fails on cue: its files and streams, and the functions that stand in for qor/core/fs.cpp.
 #include "faults/scripted_fs.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -14,14 +12,21 @@ namespace qor::test {
 namespace {
 
 // A write that would make a file larger than this finds the disk full.
-constexpr std::uint64_t kDiskSize = 64 << 20;
+constexpr std::uint64_t kDiskSize = 16 << 20;
 
 ScriptedFs* installed = nullptr;
+
+// A call that may not be made ends the program.
+void require(bool holds, std::string_view claim) {
+    if (holds) return;
+    std::cerr << "Not so: " << claim << '\n';
+    std::abort();
+}
 
 }  // namespace
 
 struct Disk::Stream {
-    SimulatedFile* file;
+    std::shared_ptr<SimulatedFile> file;
     bool writes;
     std::uint64_t offset = 0;
 };
@@ -41,9 +46,15 @@ std::uint64_t Shortfall::of(std::uint64_t asked) const {
 Disk::Disk() = default;
 Disk::~Disk() = default;
 
+Disk::SimulatedFile& Disk::at(const std::string& path) {
+    std::shared_ptr<SimulatedFile>& file = files[path];
+    if (!file) file = std::make_shared<SimulatedFile>();
+    return *file;
+}
+
 bool Disk::holdsTheSameAs(const Disk& other) const {
     return std::ranges::equal(files, other.files, [](const auto& a, const auto& b) {
-        return a.first == b.first && a.second.bytes == b.second.bytes;
+        return a.first == b.first && a.second->bytes == b.second->bytes;
     });
 }
 
@@ -58,7 +69,8 @@ Disk::Cue Disk::flush(std::uint64_t n) { return {*this, Call::Flush, n}; }
 Disk::Cue Disk::close(std::uint64_t n) { return {*this, Call::Close, n}; }
 
 void Disk::add(Fault fault) {
-    fault.n += counts[static_cast<std::size_t>(fault.call)];
+    fault.n += callsOf(fault.call);
+    std::erase_if(script, [this](const Fault& f) { return !f.everAfter && f.n <= callsOf(f.call); });
     script.push_back(fault);
 }
 
@@ -68,6 +80,7 @@ const Fault* Disk::cueFor(Call call) {
     const auto fault = std::ranges::find_if(
         script, [&](const Fault& f) { return f.call == call && (f.n == n || (f.everAfter && f.n < n)); });
     if (fault == script.end()) return nullptr;
+    if (fault->n == n) countsAtFault = counts;
     ++met;
     return &*fault;
 }
@@ -76,46 +89,47 @@ const Fault* Disk::cueFor(Call call) {
 
 std::string Disk::takeTranscript() { return std::exchange(calls, {}); }
 
-void Disk::note(const std::string& line) {
+int Disk::note(std::string_view call, int result) {
     if (!calls.empty()) calls += "; ";
-    calls += line;
-}
-
-int Disk::note(const std::string& call, int result) {
-    note(result == 0 ? call : call + " -> " + std::to_string(result));
+    calls += call;
+    if (result != 0) calls += " -> " + std::to_string(result);
     return result;
 }
 
-std::uint64_t Disk::note(const std::string& call, std::uint64_t asked, std::uint64_t result) {
-    const std::string line = call + " " + std::to_string(asked);
-    note(result == asked ? line : line + " -> " + std::to_string(result));
+std::uint64_t Disk::note(std::string_view call, std::uint64_t asked, std::uint64_t result) {
+    note(call, 0);
+    calls += ' ' + std::to_string(asked);
+    if (result != asked) calls += " -> " + std::to_string(result);
     return result;
+}
+
+void Disk::noteSeek(std::int64_t offset, std::uint32_t origin, int result) {
+    static constexpr const char* kFrom[] = {"", " from here", " from end"};
+    note("seek " + std::to_string(offset) + kFrom[origin], result);
 }
 
 // ---- The functions --------------------------------------------------------------------------------------------------
 
-bool Disk::knows(const Stream* stream) const {
-    const bool known = std::ranges::any_of(streams, [&](const auto& open) { return open.get() == stream; });
-    EXPECT_TRUE(known) << "a call on a stream that is not open, after: " << calls;
-    return known;
+void Disk::mustKnow(const Stream* stream) const {
+    const bool isOpen = std::ranges::any_of(streams, [&](const auto& open) { return open.get() == stream; });
+    if (!isOpen) require(false, "a call is made on a stream that is open, after: " + calls);
 }
 
 Disk::Stream* Disk::Fopen(const std::string& path, const std::string& mode) {
-    EXPECT_TRUE(mode == "rb" || mode == "wb") << mode;
     const bool writes = mode == "wb";
+    require(writes || mode == "rb", "a stream is opened for reading or for writing, and as binary");
     if (cueFor(Call::Open) || (!writes && !has(path))) {
-        note("open " + mode + " -> null");
+        note("open " + mode + " -> null", 0);
         return nullptr;
     }
-    note("open " + mode);
-    SimulatedFile& file = files[path];
-    if (writes) file.bytes.clear();
-    streams.push_back(std::make_unique<Stream>(Stream{&file, writes}));
+    note("open " + mode, 0);
+    if (writes) at(path).bytes.clear();
+    streams.push_back(std::make_unique<Stream>(Stream{files[path], writes}));
     return streams.back().get();
 }
 
 std::uint64_t Disk::Fread(void* to, std::uint64_t count, Stream* stream) {
-    if (!knows(stream)) return 0;
+    mustKnow(stream);
     const Fault* fault = cueFor(Call::Read);
     const std::string& bytes = stream->file->bytes;
     const std::uint64_t left = bytes.size() - std::min<std::uint64_t>(stream->offset, bytes.size());
@@ -127,7 +141,7 @@ std::uint64_t Disk::Fread(void* to, std::uint64_t count, Stream* stream) {
 }
 
 std::uint64_t Disk::Fwrite(const void* from, std::uint64_t count, Stream* stream) {
-    if (!knows(stream)) return 0;
+    mustKnow(stream);
     const Fault* fault = cueFor(Call::Write);
     const std::uint64_t room = kDiskSize - std::min(stream->offset, kDiskSize);
     std::uint64_t moved = fault ? fault->shortfall.of(count) : count;
@@ -142,36 +156,32 @@ std::uint64_t Disk::Fwrite(const void* from, std::uint64_t count, Stream* stream
 }
 
 int Disk::Fseek(Stream* stream, std::int64_t offset, std::uint32_t origin) {
-    if (!knows(stream)) return -1;
+    mustKnow(stream);
+    require(origin <= fs::kFromEnd, "a seek counts from the start, from here or from the end");
     const Fault* fault = cueFor(Call::Seek);
     const SimulatedFile& file = *stream->file;
-    std::uint64_t base = 0;
-    std::string call = "seek " + std::to_string(offset);
-    if (origin == fs::kFromCurrent) {
-        base = stream->offset;
-        call += " from here";
-    } else if (origin == fs::kFromEnd) {
-        base = file.claimedLength.value_or(file.bytes.size());
-        call += " from end";
-    } else {
-        EXPECT_EQ(origin, fs::kFromStart);
-    }
+    const std::uint64_t bases[] = {0, stream->offset, file.claimedLength.value_or(file.bytes.size())};
     std::int64_t target = 0;
-    const bool possible = !__builtin_add_overflow(static_cast<std::int64_t>(base), offset, &target) && target >= 0;
-    if (fault || !possible) return note(call, -1);
-    stream->offset = static_cast<std::uint64_t>(target);
-    return note(call, 0);
+    const bool possible =
+        !__builtin_add_overflow(static_cast<std::int64_t>(bases[origin]), offset, &target) && target >= 0;
+    const int result = fault || !possible ? -1 : 0;
+    if (result == 0) stream->offset = static_cast<std::uint64_t>(target);
+    noteSeek(offset, origin, result);
+    return result;
 }
 
 std::int64_t Disk::Ftell(Stream* stream) {
-    if (!knows(stream)) return -1;
+    mustKnow(stream);
     return note("tell", cueFor(Call::Tell) ? -1 : 0) == 0 ? static_cast<std::int64_t>(stream->offset) : -1;
 }
 
-int Disk::Fflush(Stream* stream) { return knows(stream) ? note("flush", cueFor(Call::Flush) ? -1 : 0) : -1; }
+int Disk::Fflush(Stream* stream) {
+    mustKnow(stream);
+    return note("flush", cueFor(Call::Flush) ? -1 : 0);
+}
 
 int Disk::Fclose(Stream* stream) {
-    if (!knows(stream)) return -1;
+    mustKnow(stream);
     std::erase_if(streams, [&](const auto& open) { return open.get() == stream; });
     return note("close", cueFor(Call::Close) ? -1 : 0);
 }
@@ -179,12 +189,12 @@ int Disk::Fclose(Stream* stream) {
 // ---- The library's disk ---------------------------------------------------------------------------------------------
 
 ScriptedFs::ScriptedFs() {
-    EXPECT_EQ(installed, nullptr) << "one disk at a time";
+    require(!installed, "there is one disk at a time");
     installed = this;
 }
 
 ScriptedFs::~ScriptedFs() {
-    EXPECT_EQ(openStreams(), 0u) << "a stream was left open: " << transcript();
+    if (openStreams() > 0) require(false, "no stream is left open, after: " + transcript());
     installed = nullptr;
 }
 
@@ -195,10 +205,7 @@ namespace qor::fs {
 namespace {
 
 test::Disk& disk() {
-    if (!test::installed) {
-        std::cerr << "a file was used without a ScriptedFs\n";
-        std::abort();
-    }
+    test::require(test::installed, "a file is used while there is a ScriptedFs");
     return *test::installed;
 }
 
@@ -211,12 +218,12 @@ Stream* Fopen(const String& path, const String& mode) {
 }
 
 std::uint64_t Fread(void* to, std::uint64_t size, std::uint64_t count, Stream* stream) {
-    EXPECT_EQ(size, 1u);
+    test::require(size == 1, "bytes are moved one by one");
     return disk().Fread(to, count, simulated(stream));
 }
 
 std::uint64_t Fwrite(const void* from, std::uint64_t size, std::uint64_t count, Stream* stream) {
-    EXPECT_EQ(size, 1u);
+    test::require(size == 1, "bytes are moved one by one");
     return disk().Fwrite(from, count, simulated(stream));
 }
 

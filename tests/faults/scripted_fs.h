@@ -55,14 +55,17 @@ class Disk {
 
     // ---- Files ------------------------------------------------------------------------------------------------------
 
-    /// Makes a file. It may be changed while it is open, as any file may.
-    void make(const std::string& path, std::string_view bytes) { files[path].bytes = bytes; }
+    /// Makes a file, or gives one other bytes. It may be changed while it is open, as any file may.
+    void make(const std::string& path, std::string_view bytes) { at(path).bytes = bytes; }
+
+    /// Takes the name away. A stream that is open goes on with the file that it has.
+    void remove(const std::string& path) { files.erase(path); }
 
     /// Lets the end of the file be `length` bytes from its start, whatever it holds, as a directory's or a device's is.
-    void claimLength(const std::string& path, std::uint64_t length) { files[path].claimedLength = length; }
+    void claimLength(const std::string& path, std::uint64_t length) { at(path).claimedLength = length; }
 
     bool has(const std::string& path) const { return files.contains(path); }
-    const std::string& content(const std::string& path) const { return files.at(path).bytes; }
+    const std::string& content(const std::string& path) const { return files.at(path)->bytes; }
 
     /// True if both disks hold the same files of the same bytes.
     bool holdsTheSameAs(const Disk& other) const;
@@ -80,6 +83,9 @@ class Disk {
 
     void add(Fault fault);
 
+    /// From now on nothing fails.
+    void mend() { script.clear(); }
+
     // ---- What happened ----------------------------------------------------------------------------------------------
 
     /// The calls so far, in order: "open wb; write 4; flush; tell; close". A seek names its origin unless that is the
@@ -92,6 +98,10 @@ class Disk {
 
     std::uint64_t faultsMet() const { return met; }
     std::size_t openStreams() const { return streams.size(); }
+
+    /// How often a function has been called, and how often it had been when a call last failed on cue.
+    std::uint64_t callsOf(Call call) const { return counts[static_cast<std::size_t>(call)]; }
+    std::uint64_t callsUntilTheLastFault(Call call) const { return countsAtFault[static_cast<std::size_t>(call)]; }
 
     // ---- The functions of qor/core/fs.h -----------------------------------------------------------------------------
 
@@ -109,16 +119,20 @@ class Disk {
         std::optional<std::uint64_t> claimedLength;
     };
 
-    const Fault* cueFor(Call call);
-    bool knows(const Stream* stream) const;
-    int note(const std::string& call, int result);
-    std::uint64_t note(const std::string& call, std::uint64_t asked, std::uint64_t result);
-    void note(const std::string& line);
+    using Counts = std::array<std::uint64_t, 7>;
 
-    std::map<std::string, SimulatedFile> files;
+    SimulatedFile& at(const std::string& path);
+    const Fault* cueFor(Call call);
+    void mustKnow(const Stream* stream) const;
+    int note(std::string_view call, int result);
+    std::uint64_t note(std::string_view call, std::uint64_t asked, std::uint64_t result);
+    void noteSeek(std::int64_t offset, std::uint32_t origin, int result);
+
+    std::map<std::string, std::shared_ptr<SimulatedFile>> files;
     std::vector<std::unique_ptr<Stream>> streams;
     std::vector<Fault> script;
-    std::array<std::uint64_t, 7> counts = {};
+    Counts counts = {};
+    Counts countsAtFault = {};
     std::uint64_t met = 0;
     std::string calls;
 };

@@ -68,6 +68,16 @@ TEST_F(Simulated, AWriteBehindTheEndLeavesZerosBetween) {
     EXPECT_EQ(Bytes{disk.content("a")}, "00 00 78 79"_bytes);
 }
 
+TEST_F(Simulated, ARemovedFileStaysWithTheStreamsThatHaveIt) {
+    disk.make("a", "abc");
+    Disk::Stream* const stream = opened("rb");
+    disk.remove("a");
+    EXPECT_FALSE(disk.has("a"));
+    disk.make("a", "xyz");
+    EXPECT_EQ(disk.Fread(bytes, 3, stream), 3u);
+    EXPECT_EQ(bytes[0], 'a');
+}
+
 TEST_F(Simulated, SeeksCountFromTheirOrigin) {
     disk.make("a", "abcdef");
     Disk::Stream* const stream = opened("rb");
@@ -113,6 +123,15 @@ TEST_F(Simulated, CallsAreCountedFromTheMomentTheyAreScripted) {
     disk.Fflush(stream);
     disk.flush(1).fails();
     EXPECT_EQ(disk.Fflush(stream), -1);
+}
+
+TEST_F(Simulated, CallsAreCountedUpToTheLastThatFailed) {
+    disk.tell(2).fails();
+    Disk::Stream* const stream = opened("wb");
+    for (int i = 0; i < 5; ++i) disk.Ftell(stream);
+    EXPECT_EQ(disk.callsOf(Call::Tell), 5u);
+    EXPECT_EQ(disk.callsUntilTheLastFault(Call::Tell), 2u);
+    EXPECT_EQ(disk.callsUntilTheLastFault(Call::Open), 1u);
 }
 
 TEST_F(Simulated, AWriteFallsShortAsItIsTold) {

@@ -83,6 +83,18 @@ TEST_F(Seek, OfANegativeOffsetFails) {
 
 // ---- Seek while reading ---------------------------------------------------------------------------------------------
 
+TEST_F(Seek, HandsAnyOffsetToTheStreamAsItIs) {
+    openedOn("abc");
+    EXPECT_EQ(file.seek(INT64_MAX), 0x7fffffffffffffffu);
+    EXPECT_EQ(file.seek(INT64_MIN), 0u);
+    EXPECT_EQ(file.skip(INT64_MAX), 0u);
+    EXPECT_EQ(file.skip(INT64_MIN), 0u);
+    EXPECT_EQ(disk.transcript(),
+              "seek 9223372036854775807; tell; seek -9223372036854775808 -> -1; "
+              "seek 9223372036854775807 from here -> -1; seek -9223372036854775808 from here -> -1");
+    EXPECT_EQ(stateOf(file), "pos 9223372036854775807, len 3, binary, eof: Seek failed, returning zero.");
+}
+
 TEST_F(Seek, WhileReadingMovesAndTells) {
     openedOn("abcdef");
     EXPECT_EQ(file.seek(5), 5u);

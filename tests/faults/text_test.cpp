@@ -299,6 +299,19 @@ TEST_F(TextRecord, OfPrintIsAFailureIfItCannotBeWritten) {
     EXPECT_EQ(stateOf(file), "pos 1048573, len 0, text, eof: Fwrite failed. Requested 1048573, read 0.");
 }
 
+// The locale of the tests has no bytes for the character, and no `int` can tell the width.
+TEST_F(TextRecord, OfAPrintThatCannotBeFormattedIsEmpty) {
+    const wchar_t character[] = {0x20ac, 0};
+    const std::string tooWide = "ab%99999999999d";
+    opened(Mode::Write, Format::Binary);
+    EXPECT_TRUE(file.print("ab%ls", character));
+    EXPECT_TRUE(file.print(tooWide.c_str(), 1));
+    EXPECT_TRUE(file.printLn(tooWide.c_str(), 1));
+    EXPECT_EQ(stateOf(file), "pos 25, len 0, binary, eof");
+    EXPECT_TRUE(file.close());
+    EXPECT_EQ(content(), "00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00  01 00 00 00 00 00 00 00 0a"_bytes);
+}
+
 TEST_F(TextRecord, OfAPrintedNumberIsAFailureIfItCannotBeWritten) {
     opened(Mode::Write, Format::Text);
     stage(kBuffer - 1);

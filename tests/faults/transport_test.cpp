@@ -1,4 +1,7 @@
 // Bytes on their way through the staging buffer: the calls they make on the stream, and what a failing one leaves.
+#include <span>
+#include <string>
+
 #include "faults/on_scripted_disk.h"
 
 namespace qor::test {
@@ -73,6 +76,21 @@ TEST_F(Transport, AFailedSpillKeepsWhatIsStagedAndTheNextAttemptWritesAllOfItAga
     EXPECT_TRUE(file.close());
     EXPECT_EQ(disk.transcript(), "write 1048576 -> 5; write 1048576; write 1; flush; tell; close");
     EXPECT_EQ(content(), Bytes{many(kBuffer + 5) + "z"});
+}
+
+// Whatever part of the buffer the stream took, it is given all of it again: the file is damaged, and longer than pos().
+TEST_F(Transport, HoweverMuchOfASpillWasTakenItIsWrittenTwice) {
+    for (const std::uint64_t taken : {std::uint64_t{1}, kBuffer / 2, kBuffer - 1}) {
+        opened(Mode::Write);
+        stage(kBuffer);
+        disk.write(1).takesOnly(taken);
+        EXPECT_FALSE(file.write('y'));
+        EXPECT_EQ(file.pos(), kBuffer);
+        EXPECT_TRUE(file.write('z'));
+        EXPECT_EQ(file.pos(), kBuffer + 1);
+        EXPECT_TRUE(file.close());
+        EXPECT_EQ(content(), Bytes{many(kBuffer + taken) + "z"});
+    }
 }
 
 TEST_F(Transport, WhatAFailedSpillKeptIsWrittenByClose) {
@@ -188,6 +206,27 @@ TEST_F(Transport, AfterAShortRefillASeekReadsOn) {
     EXPECT_EQ(stateOf(file), "pos 1, len 10, binary");
 }
 
+// The stream has moved by what the short refill got, and the counters have not: the next chunk is taken for that one.
+TEST_F(Transport, AfterAShortRefillTheNextChunkIsTakenForTheOneThatFailed) {
+    openedOn("0123456789");
+    disk.make(kPath, "0123");
+    char c = '?';
+    EXPECT_FALSE(file.read(c));
+    EXPECT_EQ(stateOf(file), "pos 0, len 10, binary: Fread failed. Requested 10, read 4.");
+    disk.make(kPath, "0123456789abcdef");
+    EXPECT_TRUE(file.read(c));
+    EXPECT_EQ(c, '4');
+    EXPECT_EQ(file.pos(), 1u);
+    long value = 5;
+    EXPECT_TRUE(file.read(value));
+    EXPECT_TRUE(file.read(c));
+    EXPECT_EQ(c, 'd');
+    EXPECT_FALSE(file.read(c));
+    EXPECT_EQ(disk.transcript(), "read 10 -> 4; read 10");
+    EXPECT_EQ(file.pos(), 10u);
+    EXPECT_EQ(file.error(), "Attempted to read beyond file size.");
+}
+
 TEST_F(Transport, AReadThatFailsInTheNextChunkHasCountedItsFirstHalf) {
     openedOn(many(kBuffer + 6));
     short skipped;
@@ -269,6 +308,54 @@ TEST_F(Transport, ARefillPastTheEndFailsEvenIfTheStreamFillsTheBuffer) {
     EXPECT_EQ(disk.transcript(), "read 1048576; read 1048576");
     EXPECT_EQ(stateOf(file), "pos 8, len 4, binary, eof: Fread failed. Requested 18446744073709551612, read 1048576.");
     EXPECT_EQ(c, '?');
+}
+
+TEST_F(Transport, ARefillPastTheEndChangesNothingHoweverMuchHasGrownThere) {
+    const struct {
+        std::uint64_t grown;
+        const char* transcript;
+        const char* text;
+    } cases[] = {
+        {0, "read 1048576 -> 0", "Fread failed. Requested 18446744073709551615, read 0."},
+        {1, "read 1048576 -> 0", "Fread failed. Requested 18446744073709551615, read 0."},
+        {kBuffer, "read 1048576 -> 1048575", "Fread failed. Requested 18446744073709551615, read 1048575."},
+        {3 * kBuffer, "read 1048576", "Fread failed. Requested 18446744073709551615, read 1048576."},
+    };
+    for (const auto& [grown, transcript, text] : cases) {
+        SCOPED_TRACE(grown);
+        openedOn("abcd");
+        disk.make(kPath, "abcd" + many(grown));
+        EXPECT_EQ(file.seek(5), 5u);
+        disk.takeTranscript();
+        char c = '?';
+        EXPECT_FALSE(file.read(c));
+        EXPECT_EQ(disk.transcript(), transcript);
+        EXPECT_EQ(stateOf(file), std::string("pos 5, len 4, binary, eof: ") + text);
+        EXPECT_EQ(c, '?');
+        EXPECT_EQ(file.seek(0), 0u);
+        EXPECT_TRUE(file.read(c));
+        EXPECT_EQ(c, 'a');
+    }
+}
+
+// A read of no bytes would load the chunk and not count it as loaded, so that the next read took the one after it.
+TEST_F(Transport, NoBytesAreReadWithoutAskingTheStream) {
+    openedOn(many(kBuffer, 'a') + "b");
+    EXPECT_TRUE(file.read(std::span<unsigned char>(), Compression::None));
+    EXPECT_FALSE(file.read(bufRef(std::span<int>())));
+    EXPECT_EQ(disk.transcript(), "");
+    EXPECT_EQ(file.error(), "BufRef 'ptr' is null.");
+    char c = '?';
+    EXPECT_TRUE(file.read(c));
+    EXPECT_EQ(c, 'a');
+}
+
+TEST_F(Transport, TheWholeOfAnEmptyFileIsARefillOfNothing) {
+    openedOn("");
+    ds::Vector<unsigned char> bytes;
+    EXPECT_TRUE(file.read(bytes, Compression::None));
+    EXPECT_EQ(disk.transcript(), "read 0");
+    EXPECT_EQ(stateOf(file), "pos 0, len 0, binary, eof");
 }
 
 TEST_F(Transport, WithoutALengthEveryRefillAsksForABufferful) {

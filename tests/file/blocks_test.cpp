@@ -193,20 +193,49 @@ struct LengthText {
 };
 const LengthText kLengthTexts[] = {
     {"0", true},
+    {"1", true},
+    {"007", true},
+    {"9999999999", true},
+    {"9223372036854775807", true},
+    {"9223372036854775808", true},
     {"18446744073709551615", true},
-    {"00000000000000000000000000000001", true},    // 32 characters, and a number
+    {"00000000000018446744073709551615", true},  // 32 characters, and a number
+    {"00000000000000000000000000000000", true},
     {"000000000000000000000000000000001", false},  // 33
     {"11111111111111111111111111111111", false},   // 32, and too large
     {"18446744073709551616", false},
+    {"20000000000000000000", false},
+    {"99999999999999999999", false},
     {"", false},
+    {"-", false},
+    {"-0", false},
     {"-1", false},
+    {"-18446744073709551615", false},
+    {"+", false},
+    {"+0", false},
     {"+1", false},
+    {" ", false},
     {" 1", false},
     {"1 ", false},
+    {"1 1", false},
+    {"\t1", false},
+    {"1\n", false},
+    {"\r\n", false},
     {"0x1", false},
+    {"0b1", false},
+    {"1h", false},
+    {"1u", false},
+    {"1'000", false},
     {"1,000", false},
+    {"1_000", false},
     {"1e3", false},
     {"a", false},
+    {"ff", false},
+    {"inf", false},
+    {"true", false},
+    {"\xb2", false},              // a raised 2 in Latin-1
+    {"\xd9\xa1", false},          // an Arabic 1 in UTF-8
+    {"\xef\xbb\xbf\x31", false},  // behind a byte order mark
 };
 
 TEST_F(Block, InATextFileHasLengthsThatAreNumbersOfAtMost32Characters) {
@@ -546,6 +575,15 @@ TEST(RawBlock, MayHaveAnyOfFourKinds) {
 
 TEST(RawBlock, LooksNeitherAtTheLengthsNorAtThePayload) {
     EXPECT_EQ(parsedBlock(hostHeader('2', ~0ul, ~0ul)), (Parsed{true, 2, ~0ul, ~0ul, 21}));
+}
+
+TEST(RawBlock, MayLieAtAnyAddress) {
+    for (std::size_t shift = 0; shift < 16; ++shift) {
+        const std::string memory = std::string(shift, '-') + hostHeader('1', 0x0102030405060708, 57);
+        const auto* const start = reinterpret_cast<const unsigned char*>(memory.data()) + shift;
+        EXPECT_EQ(parsed(start, [&](auto&... outputs) { return File::decodeRawFileBlock(start, outputs...); }),
+                  (Parsed{true, 1, 57, 0x0102030405060708, 21}));
+    }
 }
 
 TEST(RawBlock, KeepsWhatStandsBeforeTheFirstWrongByte) {

@@ -15,26 +15,25 @@ constexpr const char* kBeyond = "Attempted to read beyond file size.";
 
 using MathRecord = WithFiles;
 
-/// Calls `act(value, name)` with a value of each of the nine types, whose components are 1, 2, 3 ...
+/// Calls `act(value, refusal)` with a value of each of the nine types, whose components are 1, 2, 3 ..., and the text
+/// of a file that does not give one.
 template <typename Act>
 void forEachType(Act act) {
-    const auto one = [&]<typename Value>(Value value, const char* name) {
-        SCOPED_TRACE(name);
+    const auto one = [&]<typename Value>(Value value, const char* refusal) {
+        SCOPED_TRACE(refusal);
         for (std::size_t i = 0; i < value.size(); ++i) value[i] = static_cast<double>(i + 1);
-        act(value, name);
+        act(value, refusal);
     };
-    one(Vec2d(), "Vec2");
-    one(Vec3d(), "Vec3");
-    one(Vec4d(), "Vec4");
-    one(Pos2d(), "Pos2");
-    one(Pos3d(), "Pos3");
-    one(Quatd(), "Quat");
-    one(Rgbad(), "Rgba");
-    one(Mat3d(), "Mat3");
-    one(Mat4d(), "Mat4");
+    one(Vec2d(), "read(Vec2&) not supported in text mode.");
+    one(Vec3d(), "read(Vec3&) not supported in text mode.");
+    one(Vec4d(), "read(Vec4&) not supported in text mode.");
+    one(Pos2d(), "read(Pos2&) not supported in text mode.");
+    one(Pos3d(), "read(Pos3&) not supported in text mode.");
+    one(Quatd(), "read(Quat&) not supported in text mode.");
+    one(Rgbad(), "read(Rgba&) not supported in text mode.");
+    one(Mat3d(), "read(Mat3&) not supported in text mode.");
+    one(Mat4d(), "read(Mat4&) not supported in text mode.");
 }
-
-std::string refusalOf(const std::string& name) { return "read(" + name + "&) not supported in text mode."; }
 
 template <typename Value>
 std::string image(const Value& value) {
@@ -197,11 +196,11 @@ TEST_F(MathRecord, OfAnEmptyFileIsUnchanged) {
 }
 
 TEST_F(MathRecord, IsReadFromABinaryFileInModeReadAlone) {
-    forEachType([&](auto value, const char* name) {
+    forEachType([&](auto value, const char* refusal) {
         const std::string before = image(value);
         const auto expectRefused = [&](File& file) {
             EXPECT_FALSE(file.read(value));
-            EXPECT_EQ(file.error(), refusalOf(name).c_str());
+            EXPECT_EQ(file.error(), refusal);
             EXPECT_EQ(image(value), before);
         };
         const std::string path = files.make("a", std::string(200, '1'));

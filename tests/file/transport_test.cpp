@@ -1,7 +1,10 @@
 // How bytes pass through the staging buffer, and how a file is moved within.
+#include <algorithm>
 #include <filesystem>
 #include <limits>
+#include <span>
 #include <utility>
+#include <vector>
 
 #include "file/contents.h"
 
@@ -92,6 +95,16 @@ TEST_F(Transport, AReadOfMoreThanTwoChunksIsServedWhole) {
     char next;
     EXPECT_TRUE(file.read(next));
     EXPECT_EQ(next, 1);
+}
+
+TEST_F(Transport, OneReadOfTwoAndAHalfMiBTakesThreeChunks) {
+    const std::string bytes = pattern(3 * kMiB);
+    File file = opened(files.make("a", bytes), Mode::Read, Format::Binary);
+    std::vector<unsigned char> read(2 * kMiB + kMiB / 2);
+    EXPECT_TRUE(file.read(std::span(read), Compression::None));
+    EXPECT_TRUE(std::equal(read.begin(), read.end(), reinterpret_cast<const unsigned char*>(bytes.data())));
+    EXPECT_EQ(file.pos(), 2621440u);
+    EXPECT_EQ(file.skip(0), 3 * kMiB) << "of the third chunk, half is unread";
 }
 
 TEST_F(Transport, EveryByteOfSeveralChunksIsRead) {

@@ -422,6 +422,22 @@ TEST_F(TypedArray, OfAggregatesComesBackFromTextAsItsScalars) {
     EXPECT_EQ(back, values);
 }
 
+// An offset that wraps leads back from the pointer.
+TEST_F(TypedArray, MayBeginBeforeItsPointerAtAnyAddress) {
+    for (std::size_t shift = 0; shift < 8; ++shift) {
+        std::vector<unsigned char> memory(40, 0xee);
+        const BufRef ref = {
+            .ptr = memory.data() + 16 + shift, .type = DataType::Int32, .count = 3, .stride = 5, .offset = minus(8)};
+        const std::string content = "\1\2\3\4\5\6\7\10\11\12\13\14";
+        File file = reading(content);
+        EXPECT_EQ(take(file, ref), (Outcome{true, "", 12}));
+        EXPECT_EQ(std::count(memory.begin(), memory.end(), 0xee), 40 - 12);
+        EXPECT_EQ(memory[8 + shift], isLittleEndian ? 1 : 4);
+        EXPECT_EQ(memory[8 + shift + 10 + 3], isLittleEndian ? 12 : 9);
+        EXPECT_EQ(written(Format::Binary, [&](File& out) { EXPECT_TRUE(out.write(ref, false)); }).raw, content);
+    }
+}
+
 struct Vertex {
     short id;
     Vec3f place;
@@ -605,7 +621,10 @@ TEST_F(TypedArray, OfCompressedBytesGivesEachItemItsShare) {
         {"abcd", DataType::Rgba8, 2, "ab--cd----"},      // fewer: each is filled in part
         {"abcde", DataType::Rgba8, 2, "ab--cd----"},     // what is left over is dropped
         {"abc", DataType::Byte, 4, "----------"},        // not one for each
-        {"", DataType::Byte, 4, "----------"},
+        {"a", DataType::Rgb8, 3, "----------"},          {"ab", DataType::Rgb8, 3, "----------"},
+        {"abc", DataType::Rgb8, 3, "a--b--c---"},  // just one for each
+        {"abcdefgh", DataType::Rgb8, 3, "ab-cd-ef--"},   {"abcdefghi", DataType::Rgb8, 3, "abcdefghi-"},
+        {"abcdefghij", DataType::Rgb8, 3, "abcdefghi-"}, {"", DataType::Byte, 4, "----------"},
     };
     for (const auto& share : kShares) {
         SCOPED_TRACE(share.content);
@@ -860,6 +879,32 @@ TEST_F(TypedArray, OfATrillionNumbersFromAShortTextFileEndsAtOnce) {
         EXPECT_EQ(values[5], -1);
         EXPECT_FALSE(file.read({values.data(), DataType::Ptr, std::uint64_t{1} << 40}));
         EXPECT_EQ(file.error(), "Invalid typeElemType: Ptr");
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 20s);
+}
+
+TEST_F(TypedArray, OfATrillionScalarsFromAShortBinaryFileEndsAtOnce) {
+    const auto start = std::chrono::steady_clock::now();
+    for (const std::size_t size : {10u, 3u, 0u}) {
+        std::vector<int> values(3, -1);
+        File file = reading(std::string(size, '\0'), Format::Binary);
+        EXPECT_EQ(take(file, {values.data(), DataType::Int32, std::uint64_t{1} << 40}),
+                  (Outcome{false, kBeyond, size / 4 * 4}));
+        EXPECT_EQ(values, (size == 10 ? std::vector{0, 0, -1} : std::vector{-1, -1, -1}));
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 20s);
+}
+
+// The length of a folder is no length of its content: what is asked for beyond the first chunk is asked for in vain.
+TEST_F(TypedArray, OfATrillionNumbersFromAFolderEndsAtOnce) {
+    const auto start = std::chrono::steady_clock::now();
+    std::filesystem::create_directory(files.path("folder"));
+    for (const Format format : {Format::Binary, Format::Text}) {
+        File file;
+        if (!file.open(files.path("folder").c_str(), Mode::Read, format)) continue;  // no file system need open it
+        int value = -1;
+        EXPECT_FALSE(file.read({&value, DataType::Int32, std::uint64_t{1} << 40}));
+        EXPECT_EQ(value, -1);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - start, 20s);
 }

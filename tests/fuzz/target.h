@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "qor/core/compression.h"
+#include "support/heap.h"
 
 // A foreign host has no public libraries to ask.
 #if QOR_HAS_PEERS
@@ -23,6 +24,9 @@ namespace qor::fuzz {
 
 using View = std::span<const unsigned char>;
 using Vector = ds::Vector<unsigned char>;
+
+/// The most memory that a target may hold at any moment, in bytes.
+inline const std::size_t kMostMemory = test::Heap::limit = std::size_t{256} << 20;
 
 /// Ends the program, which is how a finding is told, if `holds` is false.
 inline void require(bool holds, const char* claim) {

@@ -16,9 +16,13 @@ struct Heap {
     static inline std::size_t blocks = 0;  ///< that have not been given back
     static inline std::uint64_t requests = 0;
 
+    /// To hold more than this ends the program, at the request that does it. For programs that say so.
+    static inline std::size_t limit = std::numeric_limits<std::size_t>::max();
+
     // Of the requests, counted from 1, these are refused.
     static inline std::uint64_t firstRefused = 0;
     static inline std::uint64_t lastRefused = 0;
+    static inline std::uint64_t alsoRefused = 0;
 };
 
 /// The most memory held at any moment of `act`, beyond what was held before.
@@ -32,19 +36,30 @@ std::size_t peakOf(Act act) {
 /// As long as it lives, the `n`-th request from now on is refused, or all from there on.
 class RefusedRequests {
  public:
-    explicit RefusedRequests(std::uint64_t n, bool everAfter = false) : first(Heap::requests + n) {
-        Heap::firstRefused = first;
-        Heap::lastRefused = everAfter ? std::numeric_limits<std::uint64_t>::max() : first;
-    }
-    ~RefusedRequests() { Heap::firstRefused = Heap::lastRefused = 0; }
+    explicit RefusedRequests(std::uint64_t n, bool everAfter = false)
+        : RefusedRequests(n, 0, everAfter ? std::numeric_limits<std::uint64_t>::max() : Heap::requests + n) {}
+
+    /// Two requests are refused, the `n`-th and a later one.
+    RefusedRequests(std::uint64_t n, std::uint64_t later) : RefusedRequests(n, later, Heap::requests + n) {}
+
+    ~RefusedRequests() { Heap::firstRefused = Heap::lastRefused = Heap::alsoRefused = 0; }
     RefusedRequests(const RefusedRequests&) = delete;
     RefusedRequests& operator=(const RefusedRequests&) = delete;
 
-    /// Whether it came to that.
+    /// Whether it came to that, and to the later one.
     bool met() const { return Heap::requests >= first; }
+    bool metBoth() const { return Heap::requests >= also; }
 
  private:
+    RefusedRequests(std::uint64_t n, std::uint64_t later, std::uint64_t last)
+        : first(Heap::requests + n), also(Heap::requests + later) {
+        Heap::firstRefused = first;
+        Heap::lastRefused = last;
+        Heap::alsoRefused = also;
+    }
+
     std::uint64_t first;
+    std::uint64_t also;
 };
 
 }  // namespace qor::test

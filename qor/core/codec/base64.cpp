@@ -18,7 +18,7 @@ constexpr unsigned char digit(unsigned group) { return static_cast<unsigned char
 // The two characters of every 12 bits, the first of them in the low byte.
 constexpr auto kPairs = [] {
     std::array<std::uint16_t, 4096> pairs{};
-    for (unsigned bits = 0; bits < pairs.size(); ++bits) {
+    for (unsigned bits = 0; bits != pairs.size(); ++bits) {
         pairs[bits] = static_cast<std::uint16_t>(digit(bits >> 6) | digit(bits) << 8);
     }
     return pairs;
@@ -58,6 +58,43 @@ void storeThree(unsigned char* to, std::uint32_t three) {
     to[2] = static_cast<unsigned char>(three >> 16);
 }
 
+// How many of the last four characters of a text, which are there, are padding.
+std::size_t paddingOf(const unsigned char* last) { return last[3] != kPadding ? 0 : last[2] != kPadding ? 1 : 2; }
+
+// The bytes that a text of whole fours stands for.
+std::size_t decodedSize(Bytes text) {
+    return text.empty() ? 0 : text.size() / 4 * 3 - paddingOf(text.data() + text.size() - 4);
+}
+
+// Decodes a text of whole fours. `to` may be where the text begins: no character is overwritten before it is read.
+bool decode(Bytes text, unsigned char* to) {
+    if (text.empty()) return true;
+    const unsigned char* const last = text.data() + text.size() - 4;
+    const std::size_t padding = paddingOf(last);
+
+    const unsigned char* at = text.data();
+    std::uint32_t seen = 0;
+    // Two fours at once, stored with two bytes too many, which the two fours behind them are sure to overwrite.
+    for (; last - at >= 12; at += 8, to += 6) {
+        const std::uint32_t first = decodeFour(at);
+        const std::uint32_t second = decodeFour(at + 4);
+        store(to, first | std::uint64_t{second} << 24);
+        seen |= first | second;
+    }
+    for (; at < last; at += 4, to += 3) {
+        const std::uint32_t three = decodeFour(at);
+        storeThree(to, three);
+        seen |= three;
+    }
+
+    // Padding stands for zero bits, and so do the bits before it that no byte takes.
+    const unsigned char zero = digit(0);
+    const std::uint32_t three = decodeFour(at[0], at[1], padding == 2 ? zero : at[2], padding >= 1 ? zero : at[3]);
+    if (((seen | three) & kBad) != 0 || three >> (24 - 8 * padding) != 0) return false;
+    for (std::size_t i = 0; i < 3 - padding; ++i) to[i] = static_cast<unsigned char>(three >> (8 * i));
+    return true;
+}
+
 }  // namespace
 
 bool encodeBase64(Bytes bytes, ds::Vector<unsigned char>& text) {
@@ -88,36 +125,14 @@ bool encodeBase64(Bytes bytes, ds::Vector<unsigned char>& text) {
 }
 
 bool decodeBase64(Bytes text, ds::Vector<unsigned char>& bytes) {
+    return text.size() % 4 == 0 && bytes.resizeForOverwrite(decodedSize(text)) && decode(text, bytes.data());
+}
+
+bool decodeBase64(ds::Vector<unsigned char>& text) {
     if (text.size() % 4 != 0) return false;
-    if (text.empty()) return bytes.resizeForOverwrite(0);
-
-    // The last four characters say how many bytes there are.
-    const unsigned char* const last = text.data() + text.size() - 4;
-    const std::size_t padding = last[3] != kPadding ? 0 : last[2] != kPadding ? 1 : 2;
-    if (!bytes.resizeForOverwrite(text.size() / 4 * 3 - padding)) return false;
-
-    const unsigned char* at = text.data();
-    unsigned char* to = bytes.data();
-    std::uint32_t seen = 0;
-    // Two fours at once, stored with two bytes too many, which the two fours behind them are sure to overwrite.
-    for (; last - at >= 12; at += 8, to += 6) {
-        const std::uint32_t first = decodeFour(at);
-        const std::uint32_t second = decodeFour(at + 4);
-        store(to, first | std::uint64_t{second} << 24);
-        seen |= first | second;
-    }
-    for (; at < last; at += 4, to += 3) {
-        const std::uint32_t three = decodeFour(at);
-        storeThree(to, three);
-        seen |= three;
-    }
-
-    // Padding stands for zero bits, and so do the bits before it that no byte takes.
-    const unsigned char zero = digit(0);
-    const std::uint32_t three = decodeFour(at[0], at[1], padding == 2 ? zero : at[2], padding >= 1 ? zero : at[3]);
-    if (((seen | three) & kBad) != 0 || three >> (24 - 8 * padding) != 0) return false;
-    for (std::size_t i = 0; i < 3 - padding; ++i) to[i] = static_cast<unsigned char>(three >> (8 * i));
-    return true;
+    const Bytes all(text.data(), text.size());
+    const std::size_t size = decodedSize(all);
+    return decode(all, text.data()) && text.resizeForOverwrite(size);
 }
 
 }  // namespace qor::impl

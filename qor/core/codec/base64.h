@@ -15,4 +15,7 @@ bool encodeBase64(Bytes bytes, ds::Vector<unsigned char>& text);
 /// one text only), or if memory is refused; `bytes` then holds anything.
 bool decodeBase64(Bytes text, ds::Vector<unsigned char>& bytes);
 
+/// As above, where the text itself stands: it becomes the bytes, and no memory is taken.
+bool decodeBase64(ds::Vector<unsigned char>& text);
+
 }  // namespace qor::impl

@@ -212,14 +212,17 @@ class Decoder {
         addToChecksum();
         if (in.overran()) return false;
         in.alignToByte();
-        return in.bytesLeft() == 0 && result.isWhole() && at == result.end();
+        return in.bytesLeft() == 0 && result.finish(result.positionOf(at));
     }
 
  private:
     bool makeRoom(std::size_t n) {
-        const auto produced = static_cast<std::size_t>(at - result.begin());
+        if (n <= static_cast<std::size_t>(result.end() - at)) return true;
+        addToChecksum();  // while it is at hand
+        const std::uint64_t produced = result.positionOf(at);
         if (!result.makeRoom(produced, n)) return false;
-        at = result.begin() + produced;
+        at = result.at(produced);
+        summed = at;
         return true;
     }
 
@@ -228,9 +231,8 @@ class Decoder {
 
     void addToChecksum() {
         if (!checksum) return;
-        const auto produced = static_cast<std::size_t>(at - result.begin());
-        *checksum = adler32({result.begin() + summed, produced - summed}, *checksum);
-        summed = produced;
+        *checksum = adler32({summed, at}, *checksum);
+        summed = at;
     }
 
     bool copyStored() {
@@ -342,7 +344,7 @@ class Decoder {
             const Entry entry = find(literals, kLiteralIndexBits, in);
             if (entry & kByte) {
                 in.drop(droppedBits(entry));
-                if (in.overran() || (at == result.end() && !makeRoom(1))) return false;
+                if (in.overran() || !makeRoom(1)) return false;
                 *at++ = static_cast<unsigned char>(value(entry));
                 continue;
             }
@@ -357,10 +359,13 @@ class Decoder {
             if (distanceEntry & kSpecial) return false;
             const std::size_t distance = valueOf(distanceEntry, in.bits);
             in.drop(droppedBits(distanceEntry));
-            if (in.overran() || distance > static_cast<std::size_t>(at - result.begin())) return false;
-            if (length > static_cast<std::size_t>(result.end() - at) && !makeRoom(length)) return false;
+            if (in.overran() || distance > result.positionOf(at) || !makeRoom(length)) return false;
             const bool mayBeWild = length + kWildSlack <= static_cast<std::size_t>(result.end() - at);
-            mayBeWild ? repeatWild(at, distance, length) : repeat(at, distance, length);
+            if (distance > static_cast<std::size_t>(at - result.begin())) {
+                result.repeatFar(at, distance, length);
+            } else {
+                mayBeWild ? repeatWild(at, distance, length) : repeat(at, distance, length);
+            }
             at += length;
         }
     }
@@ -447,8 +452,14 @@ class Decoder {
             const std::size_t distance = valueOf(entry, from.bits);
             from.drop(droppedBits(entry));
             if (distance > static_cast<std::size_t>(to - begin)) [[unlikely]] {
-                step = Step::Failed;
-                break;
+                if (!result.repeatFar(to, distance, length)) {
+                    step = Step::Failed;
+                    break;
+                }
+                to += length;
+                entry = lookUp();
+                from.refillFast();
+                continue;
             }
             entry = lookUp();
             from.refillFast();
@@ -484,7 +495,7 @@ class Decoder {
     unsigned char* at;  // where the next byte of the content goes
     Result& result;
     std::uint32_t* checksum;
-    std::size_t summed = 0;  // how much of the result is in the checksum
+    const unsigned char* summed = nullptr;  // up to where the result is in the checksum
     bool mayBeFast;
     bool codesAreFixed = false;
     std::array<Entry, kFixedDistanceSymbols> distanceMeanings;  // with those invalid that the window does not reach

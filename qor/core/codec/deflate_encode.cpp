@@ -33,7 +33,7 @@ namespace {
 // Indexed by length - kMinMatch: the symbol as an index of kLengths.
 constexpr auto kLengthIndex = [] {
     std::array<std::uint8_t, kMaxMatch - kMinMatch + 1> index{};
-    for (std::size_t i = 0; i < kLengths.size(); ++i) {
+    for (std::size_t i = 0; i != kLengths.size(); ++i) {
         for (std::size_t k = 0; k < std::size_t{1} << kLengths[i].extraBits; ++k) {
             const std::size_t place = kLengths[i].base + k - kMinMatch;
             if (place < index.size()) index[place] = static_cast<std::uint8_t>(i);  // 258 goes to the last symbol

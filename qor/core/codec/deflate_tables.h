@@ -62,7 +62,7 @@ inline constexpr std::array<Range, 3> kRuns = {{{3, 2}, {3, 3}, {11, 7}}};
 // RFC 1951, 3.2.6: the fixed codes, as the lengths of their words.
 inline constexpr auto kFixedLiteralLengths = [] {
     std::array<std::uint8_t, kFixedLiteralSymbols> lengths{};
-    for (std::size_t symbol = 0; symbol < lengths.size(); ++symbol) {
+    for (std::size_t symbol = 0; symbol != lengths.size(); ++symbol) {
         lengths[symbol] = symbol < 144 ? 8 : symbol < 256 ? 9 : symbol < 280 ? 7 : 8;
     }
     return lengths;

@@ -84,21 +84,23 @@ bool decode(Bytes block, std::uint64_t first, std::uint64_t limit, Result& resul
     unsigned char* out = nullptr;
     unsigned char* outEnd = nullptr;
     const auto enterRoom = [&] {
-        out = result.begin() + produced;
-        outEnd = result.begin() + std::min<std::uint64_t>(most, left(result.begin(), result.end()));
+        out = result.at(produced);
+        outEnd = out + std::min<std::uint64_t>(most - produced, left(out, result.end()));
     };
-    const auto makeRoom = [&](std::size_t n) {
-        if (n <= left(out, outEnd)) return true;
-        produced = left(result.begin(), out);
-        if (n > most - produced || !result.makeRoom(produced, n)) return false;
-        enterRoom();
-        return true;
+    // For how many of `n` bytes there is room, or can be made; none if there is no more.
+    const auto roomFor = [&](std::size_t n) {
+        if (out == outEnd) {
+            produced = result.positionOf(out);
+            if (produced == most || !result.makeRoom(produced, 1)) return std::size_t{0};
+            enterRoom();
+        }
+        return std::min(n, left(out, outEnd));
     };
 
     enterRoom();
     for (;;) {
         if constexpr (fast) {
-            const Place place = decodeFast({in, out}, inEnd, result.begin() + first, outEnd);
+            const Place place = decodeFast({in, out}, inEnd, result.at(std::max(first, result.start())), outEnd);
             in = place.in;
             out = place.out;
         }
@@ -107,24 +109,37 @@ bool decode(Bytes block, std::uint64_t first, std::uint64_t limit, Result& resul
         const unsigned token = *in++;
         std::size_t count = token >> 4;
         if (count == kMoreFollows && !readMore(in, inEnd, count)) return false;
-        if (count > left(in, inEnd) || !makeRoom(count)) return false;
-        if (count > 0) std::memcpy(out, in, count);
-        in += count;
-        out += count;
+        if (count > left(in, inEnd)) return false;
+        while (count > 0) {
+            const std::size_t n = roomFor(count);
+            if (n == 0) return false;
+            std::memcpy(out, in, n);
+            in += n;
+            out += n;
+            count -= n;
+        }
         if (in == inEnd) break;  // the last sequence has no match
 
         if (left(in, inEnd) < 2) return false;
         const std::size_t offset = load<std::uint16_t>(in);
         in += 2;
-        if (offset == 0 || offset > left(result.begin() + first, out)) return false;
+        if (offset == 0 || offset > result.positionOf(out) - first) return false;
         std::size_t length = token & 15;
         if (length == kMoreFollows && !readMore(in, inEnd, length)) return false;
         length += kMinMatch;
-        if (!makeRoom(length)) return false;
-        repeat(out, offset, length);
-        out += length;
+        while (length > 0) {
+            const std::size_t n = roomFor(length);
+            if (n == 0) return false;
+            if (offset > left(result.begin(), out)) {
+                result.repeatFar(out, offset, n);
+            } else {
+                repeat(out, offset, n);
+            }
+            out += n;
+            length -= n;
+        }
     }
-    produced = left(result.begin(), out);
+    produced = result.positionOf(out);
     return true;
 }
 

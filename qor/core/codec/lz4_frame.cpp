@@ -158,9 +158,14 @@ bool canHold(FrameReader reader, std::uint64_t size) {
 }
 
 bool storeBlock(Bytes data, Result& result, std::uint64_t& produced) {
-    if (!result.makeRoom(produced, data.size())) return false;
-    std::copy(data.begin(), data.end(), result.begin() + produced);
-    produced += data.size();
+    while (!data.empty()) {
+        if (!result.makeRoom(produced, 1)) return false;
+        unsigned char* const to = result.at(produced);
+        const Bytes part = data.first(std::min(data.size(), static_cast<std::size_t>(result.end() - to)));
+        std::copy(part.begin(), part.end(), to);
+        produced += part.size();
+        data = data.subspan(part.size());
+    }
     return true;
 }
 
@@ -226,10 +231,10 @@ bool decode(Bytes payload, std::uint64_t size, ds::Vector<unsigned char>& conten
             if (!decodeBlock(block.data, first, reader.blockSize(), result, produced)) return false;
         }
         if (reader.has(kContentChecksum)) {  // while the block is in the processor's cache
-            checksum.add({result.begin() + start, static_cast<std::size_t>(produced - start)});
+            result.forEachPiece(start, produced, [&checksum](Bytes bytes) { checksum.add(bytes); });
         }
     }
-    return reader.readEnd() && produced == size &&
+    return reader.readEnd() && result.finish(produced) &&
            (!reader.has(kContentChecksum) || checksum.value() == reader.contentChecksum());
 }
 

@@ -169,9 +169,9 @@ class FrameDecoder {
             if (!readBlock(blocks, header.largestBlock(), block)) return false;
             const std::uint64_t before = produced;
             if (!decodeBlock(block)) return false;
-            if (header.hasChecksum) hash.add({result.begin() + before, static_cast<std::size_t>(produced - before)});
+            if (header.hasChecksum) hash.add({result.at(before), static_cast<std::size_t>(produced - before)});
         } while (!block.isLast);
-        if (produced != size) return false;
+        if (!result.finish(produced)) return false;
         return !header.hasChecksum || load<std::uint32_t>(blocks.data()) == static_cast<std::uint32_t>(hash.value());
     }
 
@@ -181,9 +181,9 @@ class FrameDecoder {
         if (!result.makeRoom(produced, block.size)) return false;
         if (block.size == 0) return true;
         if (block.type == BlockType::Raw) {
-            std::memcpy(result.begin() + produced, block.data.data(), block.size);
+            std::memcpy(result.at(produced), block.data.data(), block.size);
         } else {
-            std::memset(result.begin() + produced, block.data[0], block.size);
+            std::memset(result.at(produced), block.data[0], block.size);
         }
         produced += block.size;
         return true;
@@ -199,9 +199,9 @@ class FrameDecoder {
         }
         Literals literals;
         if (!readLiterals(data, static_cast<std::size_t>(most), literals)) return false;
-        Output output{result.begin(), result.begin() + produced, result.end(), header.window};
+        Output output{result, result.at(produced), header.window};
         if (!work->sequences.execute(data, literals, output, loops)) return false;
-        const auto after = static_cast<std::uint64_t>(output.at - output.begin);
+        const std::uint64_t after = result.positionOf(output.at);
         if (after - produced > header.largestBlock()) return false;
         produced = after;
         return true;

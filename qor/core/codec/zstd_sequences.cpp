@@ -126,7 +126,7 @@ inline void copyWildly(unsigned char* to, const unsigned char* literals, std::si
 // The literals behind the last sequence.
 bool appendLiterals(const Literals& literals, Output& output) {
     const std::size_t n = literals.left();
-    if (n > static_cast<std::size_t>(output.end - output.at)) return false;
+    if (n > static_cast<std::size_t>(output.result.end() - output.at)) return false;
     if (n > 0) std::memcpy(output.at, literals.at, n);
     output.at += n;
     return true;
@@ -181,10 +181,10 @@ inline bool SequenceDecoder::executeAll(std::size_t count, Bytes stream, Literal
     // and of lengths that no one has looked at yet does not overflow.
     const std::size_t literalCount = literals.left();
     std::size_t literalsUsed = 0;
-    auto produced = static_cast<std::size_t>(output.at - output.begin);
-    const auto room = static_cast<std::size_t>(output.end - output.begin);
+    unsigned char* const begin = output.result.begin();
+    auto produced = static_cast<std::size_t>(output.at - begin);
+    const auto room = static_cast<std::size_t>(output.result.end() - begin);
     const std::size_t wildRoom = loops == Loops::Fast && room >= kWildSlack ? room - kWildSlack : 0;
-    unsigned char* const begin = output.begin;
     const unsigned char* const from = literals.at;
     const std::uint64_t window = output.window;
 
@@ -226,9 +226,12 @@ inline bool SequenceDecoder::executeAll(std::size_t count, Bytes stream, Literal
 
         const std::size_t match = produced + literalLength;
         const std::size_t after = match + matchLength;
-        if (offset > match || offset > window) return false;
-        if (literalsUsed + literalLength > literalCount) return false;
-        if (after <= wildRoom) [[likely]] {
+        if (offset > window || literalsUsed + literalLength > literalCount) return false;
+        if (offset > match) [[unlikely]] {
+            if (after > room) return false;
+            if (literalLength > 0) std::memcpy(begin + produced, from + literalsUsed, literalLength);
+            if (!output.result.repeatFar(begin + match, offset, matchLength)) return false;
+        } else if (after <= wildRoom) [[likely]] {
             copyWildly(begin + produced, from + literalsUsed, literalLength, offset, matchLength);
         } else {
             if (after > room) return false;

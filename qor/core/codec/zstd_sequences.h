@@ -6,6 +6,7 @@
 
 #include "qor/core/codec/bytes.h"
 #include "qor/core/codec/fse.h"
+#include "qor/core/codec/result.h"
 #include "qor/core/codec/zstd_decode.h"
 #include "qor/core/codec/zstd_tables.h"
 
@@ -53,11 +54,10 @@ struct RepeatOffsets {
     }
 };
 
-/// Where content is produced: from `begin` to `at` is what the frame has made so far, up to `end` there is room.
+/// Where content is produced: before `at` is what the frame has made so far, behind it there is room for a block.
 struct Output {
-    unsigned char* begin;
+    const Result& result;
     unsigned char* at;
-    unsigned char* end;
     std::uint64_t window;  // how far back a match may reach
 };
 

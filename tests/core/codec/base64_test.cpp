@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -178,6 +179,29 @@ TEST(Base64, ATextOfAnImpossibleLengthTakesNoMemory) {
     ds::Vector<unsigned char> bytes;
     EXPECT_FALSE(impl::decodeBase64(view(std::string(10'001, 'A')), bytes));
     EXPECT_EQ(bytes.capacity(), 0u);
+}
+
+TEST(Base64, IsDecodedWhereItStands) {
+    for (std::size_t size = 0; size < 300; ++size) {
+        ds::Vector<unsigned char> bytes;
+        bytes.resize(size);
+        for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<unsigned char>(i * 37 + size);
+        ds::Vector<unsigned char> text;
+        ASSERT_TRUE(impl::encodeBase64({bytes.data(), bytes.size()}, text));
+        const unsigned char* const place = text.data();
+        ASSERT_TRUE(impl::decodeBase64(text)) << size;
+        EXPECT_TRUE(text == bytes) << size;
+        EXPECT_EQ(text.data(), place);
+    }
+}
+
+TEST(Base64, ThatIsNoneIsNotDecodedWhereItStands) {
+    for (const std::string_view none : {"A", "AAAAA", "AA=A", "AAA*", "AAAB====", "AB=="}) {
+        ds::Vector<unsigned char> text;
+        text.resize(none.size());
+        std::copy(none.begin(), none.end(), text.begin());
+        EXPECT_FALSE(impl::decodeBase64(text)) << none;
+    }
 }
 
 TEST(Base64, TheResultTakesTheSizeOfItsBytes) {
