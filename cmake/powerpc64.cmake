@@ -1,0 +1,11 @@
+# Another big-endian host: built by Debian's cross compiler, run by qemu's user-mode emulation.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR ppc64)
+set(CMAKE_C_COMPILER powerpc64-linux-gnu-gcc)
+set(CMAKE_CXX_COMPILER powerpc64-linux-gnu-g++)
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-ppc64 -L /usr/powerpc64-linux-gnu)
+set(CMAKE_FIND_ROOT_PATH /usr/powerpc64-linux-gnu)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
