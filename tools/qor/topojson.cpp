@@ -76,7 +76,7 @@ std::string excerpt(const json& value) {
     if (value.is_array()) return fmt::format("a list of {}", value.size());
     constexpr std::size_t kShown = 40;
     std::string text = value.dump(-1, ' ', true, json::error_handler_t::replace);
-    if (text.size() > kShown) text = text.substr(0, kShown) + "...";
+    if (text.size() > kShown) text.replace(kShown, std::string::npos, "...");
     return text;
 }
 
