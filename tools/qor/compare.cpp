@@ -32,6 +32,7 @@ bool same(const std::string& a, const std::string& b) { return a == b; }
 
 template <typename T>
 bool same(const T& a, const T& b) {
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison,cert-exp42-c,cert-flp37-c): the bits are what is compared
     return std::memcmp(&a, &b, sizeof(T)) == 0;
 }
 
