@@ -15,11 +15,9 @@ Path::Path(const String& pathText, bool native) : text(pathText) {
     }
 }
 
-bool Path::isFile() const try {
+bool Path::isFile() const {
     std::error_code failure;
     return std::filesystem::is_regular_file(path, failure);
-} catch (const std::bad_alloc&) {
-    return false;
 }
 
 String Path::canonical() const try {

@@ -206,7 +206,7 @@ constexpr std::uint64_t typeElemCount(DataType type) {
 namespace impl {
 
 // The tables stand in the same order and say the same of every type.
-constexpr bool dataTypesAgree() {
+consteval bool dataTypesAgree() {
     if (std::size(kAggregateSizes) != kDataTypeCount - kScalarCount) return false;
     if (std::size(kElemSizes) != kDataTypeCount - 1) return false;
     for (std::uint32_t value = 0; value < kDataTypeCount; ++value) {

@@ -277,6 +277,7 @@ void expectRefusedByAll(std::string_view text) {
 }
 
 const std::string_view kNoNumbers[] = {
+    {},  // with no address either
     "",
     " ",
     "\t",

@@ -106,6 +106,22 @@ TEST(Vector, ShrinkingGivesBackWhatHoldsNothing) {
     EXPECT_EQ(bytes.capacity(), 0u);
 }
 
+TEST(Vector, ShrinkingAFullOneLeavesItWhereItIs) {
+    Bytes bytes = {1, 2, 3};
+    bytes.shrinkToFit();
+    const auto* const array = bytes.data();
+    bytes.shrinkToFit();
+    EXPECT_EQ(bytes.data(), array);
+    EXPECT_EQ(bytes, (Bytes{1, 2, 3}));
+}
+
+TEST(Vector, ACopyOfNothingTakesNoMemory) {
+    const Bytes nothing;
+    const Bytes copy = nothing;  // NOLINT(performance-unnecessary-copy-initialization)
+    EXPECT_TRUE(copy.isEmpty());
+    EXPECT_EQ(copy.data(), nullptr);
+}
+
 TEST(Vector, ACopyHasItsOwnElements) {
     Bytes first = {1, 2};
     Bytes copy = first;

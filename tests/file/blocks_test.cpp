@@ -386,6 +386,17 @@ TEST_F(Block, FillsASpanOfJustItsSize) {
     }
 }
 
+TEST_F(Block, WithoutCompressionFillsASpanAsItIsSized) {
+    File file = opened(files.make("a", "0123456789"), Mode::Read, Format::Binary);
+    std::string bytes = "------";
+    const std::span<unsigned char> span(reinterpret_cast<unsigned char*>(bytes.data()), bytes.size());
+    EXPECT_TRUE(file.read(span, Compression::None));
+    EXPECT_EQ(bytes, "012345");
+    EXPECT_FALSE(file.read(span, Compression::None));
+    EXPECT_EQ(file.error(), "Attempted to read beyond file size.");
+    EXPECT_EQ(bytes, "012345");
+}
+
 // A read of no bytes would load a chunk and give it up.
 TEST_F(Block, WithoutCompressionReadsNothingIntoAnEmptySpan) {
     File file = opened(files.make("a", "abc"), Mode::Read, Format::Binary);
@@ -426,6 +437,35 @@ TEST_F(Block, IsNotReadFromAFileThatIsWrittenAndTheBytesStay) {
     File file = opened(files.path("a"), Mode::Write, Format::Binary);
     for (const Compression kind : {Compression::None, Compression::Lz4}) {
         EXPECT_EQ(readFrom(file, kind), (Outcome{false, "before", "Cannot write while in write mode.", 0}));
+    }
+}
+
+TEST_F(Block, IsReadIntoAStandardVectorByAFileThatReadsAlone) {
+    File file = opened(files.path("a"), Mode::Write, Format::Binary);
+    std::vector<unsigned char> bytes = {1, 2};
+    for (const Compression kind : {Compression::None, Compression::Lz4}) {
+        EXPECT_FALSE(file.read(bytes, kind));
+        EXPECT_EQ(file.error(), "Cannot write while in write mode.");
+        EXPECT_EQ(bytes, (std::vector<unsigned char>{1, 2}));
+    }
+}
+
+// The buffer of a full disk has room for a part of the header, which is what it keeps.
+TEST_F(Block, WhoseHeaderCannotBeWrittenEndsWithTheValueThatHadNoRoom) {
+    struct Part {
+        std::uint64_t room;
+        std::uint64_t staged;
+    };
+    // Mark, kind, mark, length, mark, length, mark: 1 + 1 + 1 + 8 + 1 + 8 + 1 bytes.
+    for (const Part part : {Part{0, 0}, {1, 1}, {2, 2}, {3, 3}, {10, 3}, {11, 11}, {12, 12}, {19, 12}, {20, 20}}) {
+        SCOPED_TRACE(part.room);
+        File file = opened("/dev/full", Mode::Write, Format::Binary);
+        const std::string before(kMiB - part.room, '-');
+        EXPECT_TRUE(file.write(before.data(), before.size(), Compression::None));
+        EXPECT_FALSE(file.write("some bytes", 10, Compression::Lz4));
+        EXPECT_EQ(file.error(),
+                  ("Fwrite failed. Requested " + std::to_string(before.size() + part.staged) + ", read 0.").c_str());
+        EXPECT_EQ(file.pos(), before.size() + part.staged);
     }
 }
 

@@ -226,6 +226,17 @@ TEST_F(MathRecord, IsReadFromABinaryFileInModeReadAlone) {
     });
 }
 
+TEST_F(MathRecord, IsRefusedByATextFileThatHasItsBytesInMemory) {
+    File file = opened(files.make("a", std::string(200, '1')), Mode::Read, Format::Text);
+    char first = 0;
+    EXPECT_TRUE(file.read(first));
+    math::Vec2d value(5, 6);
+    EXPECT_FALSE(file.read(value));
+    EXPECT_EQ(file.error(), "read(Vec2&) not supported in text mode.");
+    EXPECT_EQ(value, math::Vec2d(5, 6));
+    EXPECT_EQ(file.pos(), 1u);
+}
+
 TEST_F(MathRecord, IsNotReadWithoutAStream) {
     forEachType([&](auto value, const char*) {
         const std::string before = image(value);

@@ -785,6 +785,13 @@ TEST_F(TypedArray, OfAShortTextFileIsFalseAndKeepsTheNumbersThatWereThere) {
     EXPECT_EQ(values, (std::vector<int>{1, 2, 3, -1, -1}));
 }
 
+TEST_F(TypedArray, AsksForANumberBehindTheLastSpaceOfATextFile) {
+    std::vector<int> values(2, -1);
+    File file = reading("x ", Format::Text);
+    EXPECT_EQ(take(file, refTo(values)), (Outcome{false, kBeyond, 2}));
+    EXPECT_EQ(values, (std::vector<int>{-1, -1}));
+}
+
 TEST_F(TypedArray, FromATextFileKnowsNeitherOffsetNorStride) {
     std::vector<std::int32_t> values(4, -1);
     File file = reading("1 2 3", Format::Text);
@@ -974,6 +981,39 @@ TEST_F(TypedArray, LongerThanTheBufferComesBack) {
         EXPECT_TRUE(file.ok() && back == values);
         EXPECT_EQ(last, format == Format::Text ? 'x' : ' ');
     }
+}
+
+TEST_F(TypedArray, AsLongAsTheBufferIsStagedAndNotSpilled) {
+    std::vector<std::int32_t> values(kMiB / 4, 7);
+    File file = writing();
+    EXPECT_EQ(put(file, refTo(values)), (Outcome{true, "", kMiB}));
+    EXPECT_EQ(files.content("a").raw.size(), 0u);
+    file << 'x';
+    EXPECT_EQ(files.content("a").raw.size(), kMiB);
+    EXPECT_TRUE(file.close());
+    EXPECT_EQ(files.content("a").raw.substr(kMiB - 4), "\7\0\0\0x"s);
+}
+
+// The scalars that fill the buffer stay in it; the one that found no room is lost.
+TEST_F(TypedArray, OnAFullDiskKeepsTheScalarsThatTheBufferHolds) {
+    std::vector<double> values(kMiB / 8 + 1, 1.5);
+    File file = opened("/dev/full", Mode::Write, Format::Binary);
+    EXPECT_EQ(put(file, refTo(values)), (Outcome{false, "Fwrite failed. Requested 1048576, read 0.", kMiB}));
+    EXPECT_FALSE(file.close());
+    EXPECT_EQ(file.error(), "Fclose failed.");
+}
+
+TEST_F(TypedArray, WithGapsThatBeginsWithTheBufferComesBack) {
+    std::vector<Vertex> vertices(100000);
+    for (std::size_t i = 0; i < vertices.size(); ++i) vertices[i].place = Vec3f(i, 2, -1.0 * static_cast<double>(i));
+    File file = writing();
+    EXPECT_EQ(put(file, bufRef(std::span(vertices), &Vertex::place)), (Outcome{true, "", vertices.size() * 12}));
+    ASSERT_TRUE(file.close());
+    std::vector<Vec3f> back(vertices.size());
+    file = opened(files.path("a"), Mode::Read, Format::Binary);
+    file >> refTo(back);
+    EXPECT_TRUE(file.ok() && file.eof());
+    for (std::size_t i = 0; i < back.size(); ++i) ASSERT_EQ(back[i], vertices[i].place) << i;
 }
 
 TEST_F(TypedArray, WithGapsLongerThanTheBufferComesBack) {

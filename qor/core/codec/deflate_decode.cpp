@@ -63,23 +63,25 @@ constexpr int kLengthIndexBits = kMaxLengthCodeBits;
 constexpr std::size_t kLengthEntries = 1 << kLengthIndexBits;
 
 // What the symbols mean: entries without the bits of the word.
-constexpr Entry meaningOf(Range range) { return static_cast<Entry>(range.base << kValueShift | range.extraBits); }
+consteval Entry meaningOf(Range range) { return static_cast<Entry>(range.base << kValueShift | range.extraBits); }
 
-constexpr auto kLiteralMeanings = [] {
+consteval auto meaningsOfLiterals() {
     std::array<Entry, kFixedLiteralSymbols> meanings{};
     meanings.fill(kInvalid);
     for (Entry byte = 0; byte < 256; ++byte) meanings[byte] = kByte | byte << kValueShift;
     meanings[kEndOfBlock] = kEnd;
     for (std::size_t i = 0; i < kLengths.size(); ++i) meanings[kFirstLength + i] = meaningOf(kLengths[i]);
     return meanings;
-}();
+}
+constexpr auto kLiteralMeanings = meaningsOfLiterals();
 
-constexpr auto kDistanceMeanings = [] {
+consteval auto meaningsOfDistances() {
     std::array<Entry, kFixedDistanceSymbols> meanings{};
     meanings.fill(kInvalid);
     for (std::size_t i = 0; i < kDistances.size(); ++i) meanings[i] = meaningOf(kDistances[i]);
     return meanings;
-}();
+}
+constexpr auto kDistanceMeanings = meaningsOfDistances();
 
 constexpr auto kLengthMeanings = [] {
     std::array<Entry, kLengthSymbols> meanings{};
@@ -200,7 +202,8 @@ class Decoder {
                     if (!copyStored()) return false;
                     break;
                 case kFixed:
-                    if (!readFixedCodes() || !decodeSymbols()) return false;
+                    takeFixedCodes();
+                    if (!decodeSymbols()) return false;
                     break;
                 case kDynamic:
                     if (!readDynamicCodes() || !decodeSymbols()) return false;
@@ -256,13 +259,12 @@ class Decoder {
         return true;
     }
 
-    bool readFixedCodes() {
-        if (codesAreFixed) return true;
+    // They are codes, so their tables can be built.
+    void takeFixedCodes() {
+        if (codesAreFixed) return;
         codesAreFixed = true;
-        return buildTable(kFixedLiteralLengths, kLiteralMeanings, kLiteralIndexBits, Incomplete::Refused,
-                          literals.data()) &&
-               buildTable(kFixedDistanceLengths, distanceMeanings, kDistanceIndexBits, Incomplete::Refused,
-                          distances.data());
+        buildTable(kFixedLiteralLengths, kLiteralMeanings, kLiteralIndexBits, Incomplete::Refused, literals.data());
+        buildTable(kFixedDistanceLengths, distanceMeanings, kDistanceIndexBits, Incomplete::Refused, distances.data());
     }
 
     // RFC 1951, 3.2.7. The code lengths of both codes are one sequence, itself coded.

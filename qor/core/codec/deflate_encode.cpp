@@ -128,8 +128,9 @@ class CodeHeader {
         std::array<std::uint32_t, kLengthSymbols> counts{};
         for (std::size_t i = 0; i < itemCount; ++i) ++counts[items[i].symbol];
         codeLengths(counts, kMaxLengthCodeBits, code.lengths);
+        // The end of the block has a word, so its length does, which is none of the first four.
         lengthCount = kLengthSymbols;
-        while (lengthCount > 4 && code.lengths[kLengthOrder[lengthCount - 1]] == 0) --lengthCount;
+        while (code.lengths[kLengthOrder[lengthCount - 1]] == 0) --lengthCount;
 
         bits = 5 + 5 + 4 + 3 * lengthCount + code.cost(counts);
         for (std::size_t i = 0; i < kRuns.size(); ++i)

@@ -9,7 +9,7 @@ namespace {
 
 // log2(n) in parts of a bit, rounded down: squaring a number doubles its logarithm, and what overflows two is the next
 // bit.
-constexpr std::uint32_t exactLog2(std::uint32_t n) {
+consteval std::uint32_t exactLog2(std::uint32_t n) {
     std::uint32_t result = static_cast<std::uint32_t>(std::bit_width(n)) - 1;
     std::uint64_t rest = (std::uint64_t{n} << 31) >> result;  // from 1 to 2, with 31 bits behind the point
     for (int bit = 0; bit < kBitParts; ++bit) {
@@ -23,11 +23,12 @@ constexpr std::uint32_t exactLog2(std::uint32_t n) {
     return result;
 }
 
-constexpr auto kLog2 = [] {
+consteval auto exactLog2s() {
     std::array<std::uint32_t, kMaxRows + 1> table{};
     for (std::uint32_t n = 1; n < table.size(); ++n) table[n] = exactLog2(n);
     return table;
-}();
+}
+constexpr auto kLog2 = exactLog2s();
 
 // log2(n) of any number above 0, in parts of a bit: between the numbers of the table that lie around its highest bits.
 std::uint64_t log2Of(std::uint32_t n) {

@@ -145,7 +145,7 @@ std::size_t encodeBlock(std::uint16_t* tables, const unsigned char* content, con
 
     if (static_cast<std::size_t>(end - at) > kNoMatchStart) {
         const unsigned char* const last = end - kNoMatchStart;
-        while (at <= last) {
+        for (;;) {
             Match match = finder.find(at, last);
             if (!match.at) break;
             while (match.at > literals && match.from > content && match.at[-1] == match.from[-1]) {

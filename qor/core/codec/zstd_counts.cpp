@@ -13,7 +13,7 @@ constexpr std::uint32_t kMatchCodesInTable = 128;
 
 // The codes of the first `size` lengths from `base` on.
 template <std::size_t size>
-constexpr auto codesOf(std::span<const Code> codes, std::uint32_t base) {
+consteval auto codesOf(std::span<const Code> codes, std::uint32_t base) {
     std::array<unsigned char, size> table{};
     std::size_t code = 0;
     for (std::size_t i = 0; i < size; ++i) {

@@ -211,7 +211,7 @@ class FrameDecoder {
     bool readLiterals(Bytes& data, std::size_t most, Literals& literals) {
         LiteralsHeader section;
         if (!readLiteralsHeader(data, section) || section.literals > most) return false;
-        const Bytes in = data.subspan(section.size, section.data);
+        Bytes in = data.subspan(section.size, section.data);
         data = data.subspan(section.size + section.data);
         if (section.type == LiteralsType::Raw && data.size() >= kWildSlack) {
             literals = {in.data(), in.data() + in.size()};
@@ -229,17 +229,16 @@ class FrameDecoder {
                 return true;
             case LiteralsType::Huffman: {
                 const std::size_t tree = work->huffman.readTree(in);
-                return tree != 0 && decodeHuffman(in.subspan(tree), section);
+                if (tree == 0) return false;
+                in = in.subspan(tree);
+                break;
             }
             case LiteralsType::SameTree:
-                return work->huffman.hasTree() && decodeHuffman(in, section);
+                if (!work->huffman.hasTree()) return false;
+                break;
         }
-        return false;
-    }
-
-    bool decodeHuffman(Bytes streams, const LiteralsHeader& section) {
-        return section.hasFourStreams ? work->huffman.decodeFour(streams, scratch.data(), section.literals, loops)
-                                      : work->huffman.decodeOne(streams, scratch.data(), section.literals);
+        return section.hasFourStreams ? work->huffman.decodeFour(in, scratch.data(), section.literals, loops)
+                                      : work->huffman.decodeOne(in, scratch.data(), section.literals);
     }
 
     const FrameHeader header;

@@ -19,8 +19,10 @@ unsigned char* writeFrameHeader(std::uint64_t size, unsigned char* to) {
     constexpr unsigned kHasChecksum = 1 << 2;
     store(to, kMagic);
     to += 4;
+    // A content that is larger than the window has at least four bytes for its size.
+    static_assert(Parser::kWindow >= 65536 + 256);
     const bool isSingle = size <= Parser::kWindow;
-    const unsigned sizeCode = size >> 32 ? 3 : size >= 65536 + 256 || !isSingle ? 2 : size >= 256 ? 1 : 0;
+    const unsigned sizeCode = size >> 32 ? 3 : size >= 65536 + 256 ? 2 : size >= 256 ? 1 : 0;
     *to++ = static_cast<unsigned char>(sizeCode << 6 | (isSingle ? kSingleSegment : 0) | kHasChecksum);
     if (!isSingle) *to++ = (Parser::kWindowBits - 10) << 3;
     switch (sizeCode) {

@@ -233,13 +233,7 @@ bool HuffmanDecoder::decodeFour(Bytes streams, unsigned char* literals, std::siz
         rest = rest.subspan(bytes);
     }
 
-    if (loops == Loops::Fast) {
-        if (hasBmi2()) {
-            decodeTogetherWithBmi2(s, entries);
-        } else {
-            decodeTogether(s, entries);
-        }
-    }
+    if (loops == Loops::Fast) (hasBmi2() ? decodeTogetherWithBmi2 : decodeTogether)(s, entries);
     return s[0].finish(entries) && s[1].finish(entries) && s[2].finish(entries) && s[3].finish(entries);
 }
 

@@ -19,14 +19,15 @@ namespace {
 
 // An offset code above 1 always stands for an offset, so its base is less here by the values that choose repeat
 // offsets.
-constexpr auto kOffsetOrChoiceCodes = [] {
+consteval auto offsetOrChoiceCodes() {
     std::array<Code, kOffsetSymbols> codes;
     for (int i = 0; i < kOffsetSymbols; ++i) {
         const auto [base, extraBits] = offsetCode(i);
         codes[static_cast<std::size_t>(i)] = {i > 1 ? base - kRepeatOffsets : base, extraBits};
     }
     return codes;
-}();
+}
+constexpr auto kOffsetOrChoiceCodes = offsetOrChoiceCodes();
 
 using Codes = std::span<const Code>;
 
@@ -38,7 +39,7 @@ constexpr void fillRows(const fse::Distribution& distribution, Codes codes, Sequ
 }
 
 template <int accuracy>
-constexpr std::array<SequenceRow, 1 << accuracy> rowsOf(const fse::Distribution& distribution, Codes codes) {
+consteval std::array<SequenceRow, 1 << accuracy> rowsOf(const fse::Distribution& distribution, Codes codes) {
     std::array<SequenceRow, 1 << accuracy> rows = {};
     fillRows(distribution, codes, rows.data());
     return rows;

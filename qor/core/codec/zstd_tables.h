@@ -66,7 +66,7 @@ static_assert(sizeof kMatchLengthCodes / sizeof(Code) == kMatchLengthSymbols);
 
 /// Offset code c stands for the offset value `1 << c` plus c extra bits.
 inline constexpr int kOffsetSymbols = 32;
-constexpr Code offsetCode(int code) { return {std::uint32_t{1} << code, static_cast<std::uint8_t>(code)}; }
+consteval Code offsetCode(int code) { return {std::uint32_t{1} << code, static_cast<std::uint8_t>(code)}; }
 
 /// Offset values up to this one choose a repeat offset; others are the offset plus this.
 inline constexpr std::uint32_t kRepeatOffsets = 3;

@@ -77,6 +77,8 @@ TEST(Bytes, ARepetitionIsByteByByteInEffect) {
     }
 }
 
+TEST(Bytes, ARepetitionOfNoBytesIsNone) { expectRepeated(false, 3, 0); }
+
 TEST(Bytes, ALongRepetitionIsRightToItsEnd) {
     for (std::size_t offset = 1; offset <= 70; ++offset) {
         expectRepeated(true, offset, 100'003);

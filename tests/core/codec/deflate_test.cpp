@@ -150,6 +150,12 @@ TEST(Inflate, EmptyStoredBlocksBetweenOthers) {
     EXPECT_EQ(decoded(stream.bytes, 3).content, "abc");
 }
 
+TEST(Inflate, FixedCodesHoldForTheNextBlockOfThem) {
+    DeflateStream stream;
+    stream.block(false, 1).fixed("ab").symbol(256).block(true, 1).fixed("cd").symbol(256);
+    EXPECT_EQ(decoded(stream.bytes, 4).content, "abcd");
+}
+
 TEST(Inflate, AMatchReachesIntoEarlierBlocks) {
     DeflateStream stream;
     stream.stored(false, "abcd").block(true, 1).symbol(258).distance(3).symbol(256);
@@ -296,6 +302,9 @@ std::vector<Damage> damages() {
     rows.push_back({"a stored block longer than what is left", S().storedAs(true, 4, 0xFFFB, "aaaa"),
                     S().storedAs(true, 5, 0xFFFA, "aaaa")});
 
+    rows.push_back({"a match from before the start, behind all of the content",
+                    fixedBlock([](S& s) { s.fixed("aaa"); }),
+                    fixedBlock([](S& s) { s.fixed("aaa").symbol(257).distance(4); })});
     rows.push_back({"length symbol 286", fixedBlock([](S& s) { s.symbol(257).distance(0); }),
                     fixedBlock([](S& s) { s.symbol(286).distance(0); })});
     rows.push_back({"length symbol 287", fixedBlock([](S& s) { s.symbol(257).distance(0); }),
@@ -402,6 +411,15 @@ std::vector<Damage> damages() {
     rows.push_back({"a match that ends behind what is claimed", fixedBlock([](S& s) { s.symbol(257).distance(0); }),
                     fixedBlock([](S& s) { s.symbol(258).distance(0); })});
     return rows;
+}
+
+TEST(Inflate, RefusesACodeOfLengthsWithOneWord) {
+    DeflateStream stream;
+    stream.block(true, 2).number(1, 5).number(0, 5).number(0, 4);
+    for (const unsigned length : {0u, 0u, 1u, 0u}) stream.number(length, 3);  // of 16, 17, 18 and 0
+    // 258 zeros, by the one word, which would be codes of no words.
+    stream.word(0, 1).number(127, 7).word(0, 1).number(109, 7);
+    for (const Decode with : {decode, decodePlainly}) EXPECT_FALSE(decoded(stream.bytes, 0, with).whole);
 }
 
 TEST(Inflate, RefusesWhatIsDamaged) {

@@ -258,6 +258,11 @@ TEST(ZstdEncodeLiterals, ATreeOfFewSymbolsIsDirect) {
     EXPECT_EQ(block.treeByte, 127 + 5);  // the last of the six weights follows from the others
 }
 
+TEST(ZstdEncodeLiterals, ATreeOfTwoSymbolsHasOneWeight) {
+    const std::string section = literalsSection(noise(300, 2)).raw;
+    EXPECT_EQ(Bytes{section.substr(3, 2)}, "80 10"_bytes);  // 127 + 1, and the weight 1 in the high half
+}
+
 TEST(ZstdEncodeLiterals, ATreeOfManySymbolsIsInFse) {
     const BlockView block = blockOf(text(3000));
     EXPECT_EQ(block.literals, LiteralsType::Huffman);

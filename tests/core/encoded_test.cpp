@@ -1,0 +1,140 @@
+// The payloads that the encoders make, known by their sizes and fingerprints: the same on every host, from every
+// compiler, and after every change that was not meant to change them.
+//
+// The public tools restore each of them, as other tests show of payloads like these. Where an encoder has become
+// better, its figures are put in anew, and a size that grew wants a reason.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <iterator>
+#include <ostream>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "qor/core/compression.h"
+#include "support/made_data.h"
+
+namespace qor::test {
+namespace {
+
+struct Payload {
+    std::size_t size;
+    std::uint32_t fingerprint;
+
+    friend bool operator==(const Payload&, const Payload&) = default;
+    friend std::ostream& operator<<(std::ostream& out, const Payload& payload) {
+        return out << payload.size << " bytes, " << std::hex << payload.fingerprint << std::dec;
+    }
+};
+
+// FNV-1a in 32 bits. For telling payloads apart, nothing more.
+std::uint32_t fingerprint(std::span<const unsigned char> bytes) {
+    std::uint64_t hash = 0x811C9DC5;
+    for (const unsigned char byte : bytes) hash = (hash ^ byte) * 0x01000193 & 0xFFFFFFFF;
+    return static_cast<std::uint32_t>(hash);
+}
+
+// Contents of each sort and of several sizes, and mixtures of them.
+std::vector<Content> encodedContents() {
+    std::vector<Content> contents;
+    for (const std::size_t size : {std::size_t{30}, std::size_t{700}, std::size_t{5000}, std::size_t{70000}}) {
+        for (Content& content : madeContents(size)) contents.push_back(std::move(content));
+    }
+    contents.push_back({"text", textBytes(400000, 2)});
+    contents.push_back({"a smooth surface", surfaceFloats(400000)});
+
+    // Pieces of all sorts, each longer than the one before, so that codes have to change on the way.
+    Content pieces{"pieces of all sorts", {}};
+    for (std::size_t size = 300; size < 60000; size = size * 3 / 2) {
+        for (const Content& piece : madeContents(size)) {
+            pieces.bytes.insert(pieces.bytes.end(), piece.bytes.begin(), piece.bytes.end());
+        }
+    }
+    contents.push_back(std::move(pieces));
+
+    // Long matches at all distances, which few bytes interrupt.
+    Content versions{"versions of a text", {}};
+    std::vector<unsigned char> text = textBytes(20000, 3);
+    for (std::size_t version = 0; version < 12; ++version) {
+        for (std::size_t i = version * 7; i < text.size(); i += 301 + 97 * version)
+            text[i] = static_cast<unsigned char>('A' + version);
+        versions.bytes.insert(versions.bytes.end(), text.begin(), text.end());
+    }
+    contents.push_back(std::move(versions));
+
+    // Few symbols, of very different frequency.
+    Content skewed{"skewed letters", {}};
+    for (const unsigned char byte : randomBytes(150000, 5))
+        skewed.bytes.push_back(static_cast<unsigned char>('a' + std::countl_zero(byte)));
+    contents.push_back(std::move(skewed));
+    return contents;
+}
+
+struct Row {
+    std::string content;
+    std::size_t size;
+    Payload lz4;
+    Payload zlib;
+    Payload zstd;
+};
+
+const Row kRows[] = {
+    {"a constant", 30, {38, 0xebd1cb10}, {10, 0xeb6f734d}, {14, 0x1a65bb04}},
+    {"random bytes", 30, {57, 0x8572b781}, {39, 0x3e177fbc}, {43, 0x31755e33}},
+    {"text", 30, {57, 0xfde85b88}, {38, 0x505edcc9}, {43, 0x656c4884}},
+    {"a period of 12", 30, {48, 0x99b77dd4}, {22, 0x0e4f069c}, {31, 0x8b4a01e1}},
+    {"a smooth surface", 30, {57, 0x4d1ac3b7}, {39, 0x05005203}, {43, 0x7d0cc38e}},
+    {"noisy pixels", 30, {57, 0xe790313d}, {35, 0x904f6cd4}, {43, 0x4fcd0723}},
+    {"triangles", 30, {53, 0x2978dd32}, {25, 0x1ff49d3a}, {34, 0x0e84e886}},
+    {"a constant", 700, {40, 0x9370f2a5}, {14, 0x9fd421be}, {15, 0x1930f7ee}},
+    {"random bytes", 700, {727, 0x97f39c43}, {711, 0x915041f2}, {714, 0x79ecf890}},
+    {"text", 700, {708, 0xd0fbc9d1}, {405, 0xa2038d77}, {426, 0x63a1a94e}},
+    {"a period of 12", 700, {51, 0x6d168498}, {27, 0x2a18db6a}, {33, 0xfc02a741}},
+    {"a smooth surface", 700, {727, 0x626b9462}, {501, 0x5c64b583}, {551, 0xa84bf3d2}},
+    {"noisy pixels", 700, {716, 0xa2483b5b}, {479, 0x76feaf39}, {516, 0x8d860dd1}},
+    {"triangles", 700, {390, 0xacd04e6f}, {157, 0x9f8f9662}, {137, 0xff3ae565}},
+    {"a constant", 5000, {57, 0x254af2be}, {28, 0xece9ba7c}, {15, 0x243250a3}},
+    {"random bytes", 5000, {5027, 0xace5d960}, {5011, 0x63fde77f}, {5014, 0xb3600997}},
+    {"text", 5000, {4364, 0xf375e1f8}, {2554, 0xc16225ab}, {2592, 0x5a3b01b3}},
+    {"a period of 12", 5000, {68, 0xc9ce9efd}, {55, 0x4fff29f2}, {34, 0x95393a14}},
+    {"a smooth surface", 5000, {4643, 0x801c9a92}, {3305, 0x818141bc}, {3202, 0xdae06128}},
+    {"noisy pixels", 5000, {4856, 0x394811ae}, {3144, 0x9b5a3cca}, {3632, 0x7d40439b}},
+    {"triangles", 5000, {2542, 0xdeda24e6}, {1049, 0xf6450ebf}, {813, 0x0d8431a7}},
+    {"a constant", 70000, {312, 0x9e8635a0}, {91, 0xe26edf5f}, {17, 0x681fe20e}},
+    {"random bytes", 70000, {70027, 0x180ebd1f}, {70016, 0x11df3a58}, {70016, 0x2c0850f1}},
+    {"text", 70000, {48357, 0x5f937761}, {30683, 0xa3113695}, {30754, 0x90fc127e}},
+    {"a period of 12", 70000, {323, 0xd9993705}, {181, 0xf800210f}, {36, 0x1b17ebce}},
+    {"a smooth surface", 70000, {66306, 0xa7013c95}, {45987, 0x4651f8fb}, {41642, 0xa36481fb}},
+    {"noisy pixels", 70000, {64757, 0x045bf465}, {38873, 0x39135093}, {40661, 0xd3f0492f}},
+    {"triangles", 70000, {35073, 0xdc30cff2}, {14941, 0xf8c6b75f}, {11427, 0x05400b92}},
+    {"text", 400000, {261878, 0x2fad0858}, {170102, 0x01bf1f18}, {165105, 0x7a498abe}},
+    {"a smooth surface", 400000, {372392, 0xed46ffa9}, {260803, 0xed09603f}, {263715, 0x3c3867ed}},
+    {"pieces of all sorts", 1220961, {661486, 0x24d38925}, {489043, 0xe38f7077}, {179925, 0xd3844142}},
+    {"versions of a text", 240000, {31715, 0xb0cfa1cc}, {12245, 0x1f41b496}, {10035, 0x0ab187f4}},
+    {"skewed letters", 150000, {70343, 0xddf01ed0}, {45350, 0x8879e5a3}, {47708, 0xc0ed78b2}},
+};
+
+void expectKnown(Compression kind, Payload Row::*known) {
+    const std::vector<Content> contents = encodedContents();
+    ASSERT_EQ(contents.size(), std::size(kRows));
+    for (std::size_t i = 0; i < contents.size(); ++i) {
+        const auto& [name, bytes] = contents[i];
+        SCOPED_TRACE(name + ", " + std::to_string(bytes.size()) + " bytes");
+        ASSERT_EQ(name, kRows[i].content);
+        ASSERT_EQ(bytes.size(), kRows[i].size);
+        const ds::Vector<unsigned char> payload = compress(bytes.data(), bytes.size(), false, kind);
+        EXPECT_EQ((Payload{payload.size(), fingerprint({payload.data(), payload.size()})}), kRows[i].*known);
+        const ds::Vector<unsigned char> restored = decompress(payload, false, bytes.size());
+        EXPECT_TRUE(std::equal(restored.begin(), restored.end(), bytes.begin(), bytes.end()));
+    }
+}
+
+TEST(Encoded, Lz4IsAsKnown) { expectKnown(Compression::Lz4, &Row::lz4); }
+TEST(Encoded, ZlibIsAsKnown) { expectKnown(Compression::Zlib, &Row::zlib); }
+TEST(Encoded, ZstdIsAsKnown) { expectKnown(Compression::Zstd, &Row::zstd); }
+
+}  // namespace
+}  // namespace qor::test
