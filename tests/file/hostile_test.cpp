@@ -250,16 +250,16 @@ TEST_F(HostileArray, IsMovedWithoutTheHeap) {
     std::vector<double> back(values.size());
     for (const Format format : {Format::Binary, Format::Text}) {
         File file = opened(files.path("a"), Mode::Write, format);
-        std::uint64_t before = Heap::requests;
+        std::uint64_t before = Heap::requests();
         EXPECT_TRUE(file.write(bufRef(std::span(values)), true));
-        EXPECT_EQ(Heap::requests, before);
+        EXPECT_EQ(Heap::requests(), before);
         file << ' ';
         ASSERT_TRUE(file.close());
 
         file = opened(files.path("a"), Mode::Read, format);
-        before = Heap::requests;
+        before = Heap::requests();
         EXPECT_TRUE(file.read(bufRef(std::span(back))));
-        EXPECT_LE(Heap::requests, before + 10) << "tokens that the end of a chunk parts";
+        EXPECT_LE(Heap::requests(), before + 10) << "tokens that the end of a chunk parts";
         EXPECT_EQ(back, values);
     }
 }

@@ -26,7 +26,8 @@ using View = std::span<const unsigned char>;
 using Vector = ds::Vector<unsigned char>;
 
 /// The most memory that a target may hold at any moment, in bytes.
-inline const std::size_t kMostMemory = test::Heap::limit = std::size_t{256} << 20;
+inline constexpr std::size_t kMostMemory = std::size_t{256} << 20;
+inline const bool kIsMemoryLimited = (test::Heap::limit(kMostMemory), true);
 
 /// Ends the program, which is how a finding is told, if `holds` is false.
 inline void require(bool holds, const char* claim) {

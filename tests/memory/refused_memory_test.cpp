@@ -80,12 +80,12 @@ struct Scenario {
 
 // Plays a scenario with these requests refused and says whether it came to that.
 bool plays(const Scenario& scenario, const TestFolder& files, Refusal refusal, bool* metBoth = nullptr) {
-    const std::size_t before = Heap::blocks;
+    const std::size_t before = Heap::blocks();
     Run run(files, refusal);
     scenario.play(run);
     std::error_code ignored;
     stdfs::remove(files.path("b"), ignored);  // to write it again takes some systems longer than to make it anew
-    EXPECT_EQ(Heap::blocks, before) << "a leak";
+    EXPECT_EQ(Heap::blocks(), before) << "a leak";
     if (metBoth) *metBoth = run.metBoth;
     return run.met;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <new>
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -23,22 +24,34 @@ namespace {
 
 using qor::test::Heap;
 
+std::size_t held = 0;  // bytes
+std::size_t heldBefore = 0;
+std::size_t peak = 0;
+std::size_t most = std::numeric_limits<std::size_t>::max();
+std::size_t blocks = 0;
+std::uint64_t requests = 0;
+
+// Of the requests, counted from 1, these are refused.
+std::uint64_t firstRefused = 0;
+std::uint64_t lastRefused = 0;
+std::uint64_t alsoRefused = 0;
+
 // What stands before each block, so that its size is known when it goes. Nobody else may look at it.
 constexpr std::size_t kHeader = alignof(std::max_align_t);
 
 void* take(std::size_t size) noexcept {
-    ++Heap::requests;
-    if (Heap::requests >= Heap::firstRefused && Heap::requests <= Heap::lastRefused) return nullptr;
-    if (Heap::requests == Heap::alsoRefused) return nullptr;
+    ++requests;
+    if (requests >= firstRefused && requests <= lastRefused) return nullptr;
+    if (requests == alsoRefused) return nullptr;
     if (size >= Heap::kTooLarge) return nullptr;
     void* const block = std::malloc(kHeader + size);
     if (!block) return nullptr;
     *static_cast<std::size_t*>(block) = size;
-    ++Heap::blocks;
-    Heap::held += size;
-    Heap::peak = std::max(Heap::peak, Heap::held);
-    if (Heap::held > Heap::limit) {
-        std::fprintf(stderr, "Broken: %zu bytes are held at once\n", Heap::held);
+    ++blocks;
+    held += size;
+    peak = std::max(peak, held);
+    if (held > most) {
+        std::fprintf(stderr, "Broken: %zu bytes are held at once\n", held);
         std::abort();
     }
     ASAN_POISON_MEMORY_REGION(block, kHeader);
@@ -54,8 +67,8 @@ void giveBack(void* memory) noexcept {
     if (!memory) return;
     void* const block = static_cast<char*>(memory) - kHeader;
     ASAN_UNPOISON_MEMORY_REGION(block, kHeader);
-    --Heap::blocks;
-    Heap::held -= *static_cast<std::size_t*>(block);
+    --blocks;
+    held -= *static_cast<std::size_t*>(block);
     std::free(block);
 }
 
@@ -69,3 +82,25 @@ void operator delete(void* memory) noexcept { giveBack(memory); }
 void operator delete[](void* memory) noexcept { giveBack(memory); }
 void operator delete(void* memory, std::size_t) noexcept { giveBack(memory); }
 void operator delete[](void* memory, std::size_t) noexcept { giveBack(memory); }
+
+namespace qor::test {
+
+std::size_t Heap::blocks() { return ::blocks; }
+std::uint64_t Heap::requests() { return ::requests; }
+void Heap::limit(std::size_t bytes) { most = bytes; }
+void Heap::startPeak() { heldBefore = ::peak = held; }
+std::size_t Heap::peak() { return ::peak - heldBefore; }
+
+RefusedRequests::RefusedRequests(std::uint64_t n, bool everAfter) : RefusedRequests(n, std::uint64_t{0}) {
+    if (everAfter) lastRefused = std::numeric_limits<std::uint64_t>::max();
+}
+
+RefusedRequests::RefusedRequests(std::uint64_t n, std::uint64_t later)
+    : first(::requests + n), also(::requests + later) {
+    firstRefused = lastRefused = first;
+    alsoRefused = also;
+}
+
+RefusedRequests::~RefusedRequests() { firstRefused = lastRefused = alsoRefused = 0; }
+
+}  // namespace qor::test

@@ -998,6 +998,11 @@ class Check(ToolTest):
                     self.assertEqual(self.world().values, world.values)
                 self.change_byte(offset)
 
+    def test_what_does_not_print_in_a_text_of_a_file_is_told_with_escapes(self):
+        whole = content(self.output("world.qbin"))
+        put(self.output("world.qbin"), whole.replace(b"Fiji", b"\x1b]\xf2\n"))
+        self.assertDiffers("world.qbin", r'names[0]: "Fiji" in the source, "\x1b]\xf2\n" in world.qbin')
+
     def test_a_count_beyond_all_memory_is_a_difference_in_every_form(self):
         forms = ["world.qbin", "world.txt", *FORMS_OF_BLOCKS]
         whole = {name: content(self.output(name)) for name in forms}

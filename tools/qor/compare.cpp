@@ -13,7 +13,8 @@
 namespace tool {
 namespace {
 
-std::string shown(const std::string& text) { return '"' + text + '"'; }
+// What does not print is escaped: the text may be anybody's.
+std::string shown(const std::string& text) { return fmt::format("{:?}", text); }
 
 template <typename T>
 std::string shown(const T& value) {

@@ -237,7 +237,7 @@ void readCountries(const Value& root, World& world) {
         std::string names;
         for (const auto& entry : objects.raw().items()) {
             if (names.size() > 200) break;
-            names += fmt::format("{}\"{}\"", names.empty() ? "; it has " : ", ", entry.key());
+            names += fmt::format("{}{:?}", names.empty() ? "; it has " : ", ", entry.key());
         }
         objects.fail("has no \"countries\"" + names);
     }
