@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <limits>
 #include <string>
 
 #include "file/contents.h"
@@ -197,6 +198,11 @@ TEST(LargeWrite, Of4GiBInOneCallGoesStraightThrough) {
     });
     EXPECT_TRUE(done);
     EXPECT_EQ(position, kRead);
+}
+
+TEST(LargePrint, OfMoreThanAnIntCountsIsTheEmptyText) {
+    const volatile int width = std::numeric_limits<int>::max();  // the compiler would refuse what it sees through
+    EXPECT_TRUE(String::format("%*d and more", width, 5).isEmpty());
 }
 
 }  // namespace
