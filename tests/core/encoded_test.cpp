@@ -136,5 +136,75 @@ TEST(Encoded, Lz4IsAsKnown) { expectKnown(Compression::Lz4, &Row::lz4); }
 TEST(Encoded, ZlibIsAsKnown) { expectKnown(Compression::Zlib, &Row::zlib); }
 TEST(Encoded, ZstdIsAsKnown) { expectKnown(Compression::Zstd, &Row::zstd); }
 
+// ---- Beginnings of a content, of many sizes: their payloads one behind another --------------------------------------
+
+std::vector<std::size_t> everySizeUpTo300() {
+    std::vector<std::size_t> sizes;
+    for (std::size_t size = 1; size <= 300; ++size) sizes.push_back(size);
+    return sizes;
+}
+
+std::vector<std::size_t> sizesAroundPowersOfTwo() {
+    std::vector<std::size_t> sizes;
+    for (std::size_t power = 512; power <= 1 << 17; power *= 2)
+        sizes.insert(sizes.end(), {power - 1, power, power + 1});
+    return sizes;
+}
+
+// Bytes of which few sequences come twice, so that nearly all of them stay literals.
+std::vector<unsigned char> fewLetters(std::size_t size) {
+    std::vector<unsigned char> bytes = randomBytes(size, 7);
+    for (unsigned char& byte : bytes) byte = static_cast<unsigned char>('0' + byte % 8 * (byte / 8 % 8));
+    return bytes;
+}
+
+Payload payloadsOfBeginnings(const Content& content, const std::vector<std::size_t>& sizes, Compression kind) {
+    std::vector<unsigned char> all;
+    for (const std::size_t size : sizes) {
+        const ds::Vector<unsigned char> payload = compress(content.bytes.data(), size, false, kind);
+        all.insert(all.end(), payload.begin(), payload.end());
+    }
+    return {all.size(), fingerprint(all)};
+}
+
+void expectKnownBeginnings(const std::vector<Content>& contents, const std::vector<std::size_t>& sizes,
+                           std::span<const Row> rows) {
+    ASSERT_EQ(contents.size(), rows.size());
+    for (std::size_t i = 0; i < contents.size(); ++i) {
+        SCOPED_TRACE(contents[i].name);
+        ASSERT_EQ(contents[i].name, rows[i].content);
+        ASSERT_EQ(contents[i].bytes.size(), rows[i].size);
+        EXPECT_EQ(payloadsOfBeginnings(contents[i], sizes, Compression::Lz4), rows[i].lz4);
+        EXPECT_EQ(payloadsOfBeginnings(contents[i], sizes, Compression::Zlib), rows[i].zlib);
+        EXPECT_EQ(payloadsOfBeginnings(contents[i], sizes, Compression::Zstd), rows[i].zstd);
+    }
+}
+
+TEST(Encoded, ShortContentsOfEverySizeAreAsKnown) {
+    static const Row rows[] = {
+        {"a constant", 300, {11358, 0xe86f06be}, {3352, 0x020cc051}, {4245, 0xc4ef23e6}},
+        {"random bytes", 300, {53250, 0xe4ebf4c4}, {48332, 0x7d8c0065}, {49095, 0x67f8dae1}},
+        {"text", 300, {53000, 0xf49aa65d}, {32644, 0x8e077a3d}, {35157, 0x7b81a8b8}},
+        {"a period of 12", 300, {14471, 0x3c6073d0}, {6808, 0x70f49109}, {9415, 0xe6cd1cc5}},
+        {"a smooth surface", 300, {53250, 0xc09f8375}, {42052, 0x9e143bea}, {43776, 0xf0a303f0}},
+        {"noisy pixels", 300, {51638, 0x7decc459}, {30598, 0xddd5f533}, {35326, 0xbeed3398}},
+        {"triangles", 300, {34486, 0x5f4839d0}, {15329, 0x6125c1fd}, {17715, 0xd386657a}},
+    };
+    expectKnownBeginnings(madeContents(300), everySizeUpTo300(), rows);
+}
+
+TEST(Encoded, ContentsAroundThePowersOfTwoAreAsKnown) {
+    static const Row rows[] = {
+        {"text", 131073, {551680, 0xcfd0e4fb}, {351247, 0xc1ad3d47}, {349863, 0xb45d646f}},
+        {"few letters", 131073, {770600, 0x67c79d28}, {432932, 0xe47e1741}, {453011, 0x2b393b22}},
+        {"a smooth surface", 131073, {724969, 0x5fdadda3}, {513411, 0xcc28a4d2}, {477062, 0x9e467af7}},
+    };
+    constexpr std::size_t kLargest = (1 << 17) + 1;
+    const std::vector<Content> contents = {{"text", textBytes(kLargest, 4)},
+                                           {"few letters", fewLetters(kLargest)},
+                                           {"a smooth surface", surfaceFloats(kLargest)}};
+    expectKnownBeginnings(contents, sizesAroundPowersOfTwo(), rows);
+}
+
 }  // namespace
 }  // namespace qor::test

@@ -80,6 +80,16 @@ TEST(Vector, AppendingMovesRarely) {
     EXPECT_LT(moves, 50);
 }
 
+TEST(Vector, AppendingTakesHalfAsMuchAgainAndNoMore) {
+    ds::Vector<int> numbers;
+    std::vector<std::size_t> capacities;
+    for (int i = 0; i < 40; ++i) {
+        EXPECT_TRUE(numbers.append(i));
+        if (capacities.empty() || capacities.back() != numbers.capacity()) capacities.push_back(numbers.capacity());
+    }
+    EXPECT_EQ(capacities, (std::vector<std::size_t>{8, 12, 18, 27, 40}));
+}
+
 TEST(Vector, AppendingAnElementOfItselfIsFine) {
     ds::Vector<std::string> texts = {"a text that is too long to lie within its object"};
     for (int i = 0; i < 20; ++i) texts.append(texts[0]);

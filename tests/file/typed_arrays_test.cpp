@@ -996,6 +996,13 @@ TEST_F(TypedArray, OnAFullDiskKeepsTheScalarsThatTheBufferHolds) {
     EXPECT_EQ(file.error(), "Fclose failed.");
 }
 
+TEST_F(TypedArray, OfTextWhoseLastNumberAFullDiskRefusesIsNotWritten) {
+    std::vector<double> values(kMiB / 4 + 1, 1.5);  // "1.5 " fills the buffer but for the last
+    File file = opened("/dev/full", Mode::Write, Format::Text);
+    EXPECT_EQ(put(file, refTo(values)), (Outcome{false, "Fwrite failed. Requested 1048576, read 0.", kMiB}));
+    EXPECT_FALSE(file.close());
+}
+
 TEST_F(TypedArray, WithGapsThatBeginsWithTheBufferComesBack) {
     std::vector<Vertex> vertices(100000);
     for (std::size_t i = 0; i < vertices.size(); ++i) vertices[i].place = Vec3f(i, 2, -1.0 * static_cast<double>(i));

@@ -247,6 +247,32 @@ TEST(Inflate, WordsOfFifteenBits) {
     }
 }
 
+// The bits at hand suffice for the longest match and for the look-up of the word behind it.
+TEST(Inflate, MatchesOfTheMostBitsBetweenTheLongestWords) {
+    DeflateStream stream;
+    std::string content = noise(32768, 9);
+    stream.stored(false, content).dynamic(true, 286, 30).zeros(97);
+    for (unsigned i = 1; i <= 13; ++i) stream.length(i);                           // 'a' to 'm'
+    stream.zeros(12).length(15).zeros(133).length(14).zeros(27).lengths({15, 0});  // 'z', end, lengths from 227 on
+    for (unsigned i = 1; i <= 14; ++i) stream.length(i);                           // the nearest distances
+    stream.zeros(14).lengths({15, 15});                                            // the furthest two
+    const auto literal = [&](unsigned n) {
+        stream.word(n < 13 ? (2u << n) - 2 : 0x7FFE, n < 13 ? static_cast<int>(n) + 1 : 15);
+        content += n < 13 ? static_cast<char>('a' + n) : 'z';
+    };
+    for (unsigned first = 0; first <= 13; ++first) {
+        for (unsigned second = 0; second <= 13; ++second) {
+            literal(first);
+            literal(second);
+            stream.word(0x7FFF, 15).number(31, 5).word(0x7FFF, 15).number(8191, 13);
+            for (int i = 0; i < 258; ++i) content += content[content.size() - 32768];
+        }
+    }
+    stream.word(0x3FFE, 14);
+    EXPECT_TRUE(decoded(stream.bytes, content.size()) == (Decoded{true, content}));
+    EXPECT_TRUE(decoded(stream.bytes, content.size(), decodePlainly) == (Decoded{true, content}));
+}
+
 TEST(Inflate, WindowsOfEverySizeReachAllOfIt) {
     for (int windowBits = 8; windowBits <= 15; ++windowBits) {
         const std::string before = noise(std::size_t{1} << windowBits, 9);
