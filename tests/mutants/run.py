@@ -57,7 +57,6 @@ PROGRAMS = [
     "file/file_test",
     "file/hostile_test",
     "faults/faults_test",
-    "golden/golden_test",
 ]
 LONGEST = 1000  # milliseconds of a test
 QUICK = 20  # milliseconds; tests below meet a mutant before the others do
