@@ -110,6 +110,17 @@ TEST_P(Kinds, GiveBackNoMoreArrayThanTheyNeed) {
     EXPECT_EQ(decompress(payload, asText(), 1'000'000).size(), 1'000'000u);
 }
 
+TEST(Compression, GivesBackAnArrayThatIsLessThanHalfFull) {
+    std::string noise;
+    std::uint32_t state = 1;
+    while (noise.size() < 30000) noise += static_cast<char>('a' + ((state = state * 1664525 + 1013904223) >> 29));
+    for (const Compression kind : {Compression::Zlib, Compression::Zstd}) {  // 3 bits of each 8
+        const Bytes payload = compressed(noise, false, kind);
+        EXPECT_GT(payload.size(), noise.size() / 3);
+        EXPECT_EQ(payload.capacity(), payload.size());
+    }
+}
+
 std::string nameOf(const ::testing::TestParamInfo<std::tuple<Compression, bool>>& one) {
     const auto [kind, asText] = one.param;
     const char* const name = kind == Compression::Lz4 ? "Lz4" : kind == Compression::Zlib ? "Zlib" : "Zstd";

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <iterator>
 #include <ostream>
+#include <random>
 #include <span>
 #include <string>
 #include <vector>
@@ -204,6 +205,53 @@ TEST(Encoded, ContentsAroundThePowersOfTwoAreAsKnown) {
                                            {"few letters", fewLetters(kLargest)},
                                            {"a smooth surface", surfaceFloats(kLargest)}};
     expectKnownBeginnings(contents, sizesAroundPowersOfTwo(), rows);
+}
+
+// ---- Mixtures: where to begin a block and which match to take is seldom plain in them -------------------------------
+
+// Noise in few or many letters, common and rare ones, and between it what came before, from near or far.
+std::vector<unsigned char> mixtureBytes(std::mt19937_64& random) {
+    const auto below = [&random](std::size_t end) { return static_cast<std::size_t>(random() % end); };
+    const auto ofAnyMagnitude = [&below](std::size_t magnitudes) {
+        return 1 + below(std::size_t{2} << below(magnitudes));
+    };
+    const std::size_t size = 20 + ofAnyMagnitude(16);
+    std::vector<unsigned char> bytes;
+    while (bytes.size() < size) {
+        std::size_t length = ofAnyMagnitude(11);
+        const std::size_t letters = ofAnyMagnitude(8);
+        const std::size_t distance = ofAnyMagnitude(16);
+        const bool isNoise = distance > bytes.size() || below(3) == 0;
+        const bool isEven = below(2) == 0;
+        for (; length > 0; --length) {
+            const std::size_t letter = isEven ? below(letters) : below(letters) * below(letters) / letters;
+            bytes.push_back(isNoise ? static_cast<unsigned char>(letter) : bytes[bytes.size() - distance]);
+        }
+    }
+    return bytes;
+}
+
+TEST(Encoded, MixturesAreAsKnown) {
+    std::mt19937_64 random(11);
+    std::vector<unsigned char> lz4;
+    std::vector<unsigned char> zlib;
+    std::vector<unsigned char> zstd;
+    std::size_t size = 0;
+    for (int i = 0; i < 1000; ++i) {
+        const std::vector<unsigned char> content = mixtureBytes(random);
+        size += content.size();
+        const auto add = [&content](Compression kind, std::vector<unsigned char>& all) {
+            const ds::Vector<unsigned char> payload = compress(content.data(), content.size(), false, kind);
+            all.insert(all.end(), payload.begin(), payload.end());
+        };
+        add(Compression::Lz4, lz4);
+        add(Compression::Zlib, zlib);
+        add(Compression::Zstd, zstd);
+    }
+    EXPECT_EQ(size, 4724926u);
+    EXPECT_EQ((Payload{lz4.size(), fingerprint(lz4)}), (Payload{1584956, 0x984742db}));
+    EXPECT_EQ((Payload{zlib.size(), fingerprint(zlib)}), (Payload{1097195, 0x891e38fe}));
+    EXPECT_EQ((Payload{zstd.size(), fingerprint(zstd)}), (Payload{1091570, 0xe1ad2e18}));
 }
 
 }  // namespace

@@ -28,16 +28,16 @@ REMOVABLE = {
     Kind.CALL_EXPR, Kind.COMPOUND_ASSIGNMENT_OPERATOR, Kind.BINARY_OPERATOR, Kind.UNARY_OPERATOR, Kind.UNEXPOSED_EXPR,
     Kind.CXX_STATIC_CAST_EXPR, Kind.BREAK_STMT, Kind.CONTINUE_STMT, Kind.CXX_DELETE_EXPR,
 }  # fmt: skip
-COMMUTATIVE = {"min", "max", "sum", "product", "add"}
+COMMUTATIVE = {"min", "max", "swap", "sum", "product", "add"}
 # Conditions that choose between two versions of one function, or between hosts. A fast loop does what the plain one
 # does, so nothing is lost where it is left out; that it is left out where it must be is another matter (SLACK).
 SAME_EITHER_WAY = re.compile(r"\b(hasBmi2|QOR_HAS_BMI2|isWide)\b")
 # What a fast loop asks for before it begins. To ask for a byte more only makes it begin less often.
 SLACK = re.compile(r"\bk(Wild|Input|Room)Slack\b|\bkFast(In|Out)put\b")
 STRICTER = {">=": ">", "<": "<=", ">": ">=", "<=": "<"}
-# A call of which the compilers here make nothing.
-WITHOUT_EFFECT = re.compile(r"va_end\(")
-OTHER_HOSTS = re.compile(r"if constexpr \(isLittleEndian\)")
+# Calls without an effect: one on this host, and a hint to the processor.
+WITHOUT_EFFECT = re.compile(r"va_end\(|QOR_PREFETCH\(")
+OTHER_HOSTS = re.compile(r"if constexpr \(isLittleEndian\)|if \(!isLittleEndian\)")
 OPAQUE = {Kind.STATIC_ASSERT, Kind.CXX_UNARY_EXPR, Kind.TYPE_REF, Kind.PARM_DECL}
 ZERO_FILL = re.compile(r"\b(clear|wipe|fill|memset)\b")
 ASSERTED = re.compile(rb"\b(?:static_)?assert\(.*?\);$|^ *check\(\);$|^\s*#.*?$", re.M | re.S)
@@ -86,7 +86,8 @@ class Source:
 
 
 class Copy:
-    """A source with some of its mutants in it. `spans` tells which part of the text is which mutant's."""
+    """A source with some of its mutants in it. `spans` tells which part of the text is which mutant's; `left_out` are
+    those that found no place, since they overlap with another."""
 
     def __init__(self, source, mutants):
         self.source = source
@@ -97,6 +98,7 @@ class Copy:
             places.setdefault(mutant.place, []).append(mutant)
         ordered = sorted(places, key=lambda place: (place[0], -place[1], place[2]))
         self._range(0, len(source.all), ordered, places)
+        self.left_out = set(mutants) - {mutant for _, _, mutant in self.spans}
 
     def mutants_at(self, offset):
         """The mutants that the place is inside of; if there are none, those on its line."""
@@ -108,7 +110,7 @@ class Copy:
         at = start
         for i, place in enumerate(ordered):
             if place[0] < at or place[1] > end:
-                continue  # inside of the one before
+                continue  # inside of the one before, or overlapping with it
             self.text += self.source.all[at : place[0]]
             inner = [p for p in ordered[i + 1 :] if place[0] <= p[0] and p[1] <= place[1]]
             self._place(place, inner, places)
@@ -215,8 +217,9 @@ class Finder:
         elif kind == Kind.IF_STMT:
             bodies = self.if_statement(cursor, children)
             text = self.source.text(*extent(cursor))
-            if re.match(r"if\s+constexpr\b", text):
-                bodies = bodies[:1] if OTHER_HOSTS.match(text) else bodies
+            if OTHER_HOSTS.match(text):
+                bodies = bodies[:1] if "constexpr" in text else []
+            if OTHER_HOSTS.match(text) or re.match(r"if\s+constexpr\b", text):
                 children = bodies
         elif kind == Kind.FOR_STMT:
             bodies = children[-1:]

@@ -145,6 +145,17 @@ TEST(Base64, TextsThatNoBytesHaveAreRefused) {
     for (const auto& [text, reason] : kRefused) EXPECT_EQ(decoded(text), std::nullopt) << reason;
 }
 
+TEST(Base64, NothingStandsInTheBitsBehindTheLastByte) {
+    int withOneByte = 0;
+    int withTwo = 0;
+    for (const char c : "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/"s) {
+        withOneByte += decoded("A"s + c + "==").has_value();
+        withTwo += decoded("AA"s + c + "=").has_value();
+    }
+    EXPECT_EQ(withOneByte, 4);
+    EXPECT_EQ(withTwo, 16);
+}
+
 // So that no text can be changed without the bytes noticing.
 TEST(Base64, ATextThatIsAcceptedIsTheOneThatItsBytesHave) {
     for (const std::string_view bytes : {"f"sv, "fo"sv, "foo"sv, "foob"sv, "foobar foobar"sv, "foobar foobarf"sv}) {

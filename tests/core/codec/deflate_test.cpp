@@ -156,6 +156,14 @@ TEST(Inflate, FixedCodesHoldForTheNextBlockOfThem) {
     EXPECT_EQ(decoded(stream.bytes, 4).content, "abcd");
 }
 
+TEST(Inflate, FixedCodesComeBackAfterADynamicBlock) {
+    DeflateStream stream;
+    stream.block(false, 1).fixed("b").symbol(256);
+    threeSymbols(stream.dynamic(false, 258, 2)).lengths({1, 1}).word(0, 1).word(2, 2);
+    stream.block(true, 1).fixed("cd").symbol(256);
+    EXPECT_EQ(decoded(stream.bytes, 4).content, "bacd");
+}
+
 TEST(Inflate, AMatchReachesIntoEarlierBlocks) {
     DeflateStream stream;
     stream.stored(false, "abcd").block(true, 1).symbol(258).distance(3).symbol(256);
@@ -453,6 +461,19 @@ TEST(Inflate, RefusesWhatIsDamaged) {
         for (const Decode with : {decode, decodePlainly}) {
             EXPECT_TRUE(decoded(row.sound.bytes, row.size, with, row.windowBits).whole) << "beside " << row.reason;
             EXPECT_FALSE(decoded(row.damaged.bytes, row.size, with, row.windowBits).whole) << row.reason;
+        }
+    }
+}
+
+// A decoder that took a part for the whole would give what came before the damage.
+TEST(Inflate, RefusesWhatIsDamagedWhateverSizeIsClaimed) {
+    for (const Damage& row : damages()) {
+        if (std::string_view(row.reason).find("claimed") != std::string_view::npos) continue;  // the claim is wrong
+        for (std::size_t claimed = 0; claimed < 64; ++claimed) {
+            for (const Decode with : {decode, decodePlainly}) {
+                EXPECT_FALSE(decoded(row.damaged.bytes, claimed, with, row.windowBits).whole)
+                    << row.reason << ", " << claimed << " bytes claimed";
+            }
         }
     }
 }

@@ -177,6 +177,7 @@ TEST(ZstdSequences, AreCountedInOneByteOrTwoOrThree) {
     EXPECT_EQ(decoded(frame("81 02"_bytes.raw, 258), 4 * 258), std::string(4 * 258, 'a'));
     EXPECT_EQ(decoded(frame("fe ff"_bytes.raw, 0x7EFF), 4 * 0x7EFF), std::string(4 * 0x7EFF, 'a'));
     EXPECT_EQ(decoded(frame("ff 01 00"_bytes.raw, 0x7F01), 4 * 0x7F01), std::string(4 * 0x7F01, 'a'));
+    EXPECT_EQ(decoded(frame("ff 00 01"_bytes.raw, 0x8000), 4 * 0x8000), std::string(4 * 0x8000, 'a'));
 }
 
 TEST(ZstdSequences, MayBeNoneInTwoBytes) {
@@ -570,6 +571,16 @@ TEST(ZstdDamage, IsRefusedForItsReasonAlone) {
     for (const Damaged& row : damagedFrames()) {
         EXPECT_NE(decoded(row.good, row.size), std::nullopt) << "the frame without: " << row.why;
         EXPECT_EQ(decoded(row.bad, row.claimed.value_or(row.size)), std::nullopt) << row.why;
+    }
+}
+
+// A decoder that took a part for the whole would give the literals, or what came before the damage.
+TEST(ZstdDamage, IsRefusedWhateverSizeIsClaimed) {
+    for (const Damaged& row : damagedFrames()) {
+        if (row.why.find("the caller's size") != row.why.npos) continue;  // the claim is what is wrong
+        for (std::uint64_t claimed = 0; claimed < 64; ++claimed) {
+            EXPECT_EQ(decoded(row.bad, claimed), std::nullopt) << row.why << ", " << claimed << " bytes claimed";
+        }
     }
 }
 
