@@ -11,6 +11,8 @@
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer)
 #define QOR_SANITIZES_ADDRESSES 1
+#elif __has_feature(memory_sanitizer)
+#define QOR_SANITIZES_MEMORY 1
 #endif
 #endif
 #if QOR_SANITIZES_ADDRESSES
@@ -58,12 +60,12 @@ void* take(std::size_t size) noexcept {
     return static_cast<char*>(block) + kHeader;
 }
 
-void* takeOrThrow(std::size_t size) {
+[[maybe_unused]] void* takeOrThrow(std::size_t size) {
     if (void* const memory = take(size)) return memory;
     throw std::bad_alloc();
 }
 
-void giveBack(void* memory) noexcept {
+[[maybe_unused]] void giveBack(void* memory) noexcept {
     if (!memory) return;
     void* const block = static_cast<char*>(memory) - kHeader;
     ASAN_UNPOISON_MEMORY_REGION(block, kHeader);
@@ -74,6 +76,8 @@ void giveBack(void* memory) noexcept {
 
 }  // namespace
 
+// The memory sanitizer has these itself and lets nobody replace them: with it, nothing is counted.
+#if !QOR_SANITIZES_MEMORY
 void* operator new(std::size_t size) { return takeOrThrow(size); }
 void* operator new[](std::size_t size) { return takeOrThrow(size); }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return take(size); }
@@ -82,6 +86,7 @@ void operator delete(void* memory) noexcept { giveBack(memory); }
 void operator delete[](void* memory) noexcept { giveBack(memory); }
 void operator delete(void* memory, std::size_t) noexcept { giveBack(memory); }
 void operator delete[](void* memory, std::size_t) noexcept { giveBack(memory); }
+#endif
 
 namespace qor::test {
 
