@@ -505,8 +505,6 @@ template bool File::read(double&);
 
 // ---- Texts ----------------------------------------------------------------------------------------------------------
 
-bool File::write(const char* text) { return writeText(text ? std::string_view(text) : std::string_view()); }
-
 // `text` holds no zero byte. The result is that of the characters alone, whatever became of their count.
 bool File::writeText(std::string_view text) {
     if (!okToWrite()) return false;
@@ -517,7 +515,7 @@ bool File::writeText(std::string_view text) {
 bool File::print(const char* fmt, std::va_list args, std::string_view ending) {
     String text;
     if (!text.assignFormat(fmt, args) || !text.append(ending)) return fail(kOutOfMemory);
-    return write(text.buf());
+    return writeText(text.buf());
 }
 
 String File::read() {

@@ -432,7 +432,6 @@ class File final : public RefCounted {
     std::uint64_t seek(std::int64_t offset, std::uint32_t whence);
     unsigned char peek();
 
-    bool write(const char* text);
     bool writeText(std::string_view text);
     bool print(const char* fmt, std::va_list args, std::string_view ending);
 
