@@ -721,7 +721,7 @@ namespace {
 
 // Where a stream fails, or has ended with nothing loaded, it is asked again for each value that is missing. A
 // stranger's count may miss a trillion of them: after so many in a row the others are taken to be missing too.
-constexpr std::uint64_t kOftenEnough = 1'000'000;
+constexpr std::uint64_t kOftenEnough = 300'000;
 
 }  // namespace
 
