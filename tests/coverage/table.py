@@ -10,9 +10,11 @@ error, so that the list stays true.
 import argparse
 import collections
 import json
-import os
 import pathlib
 import sys
+
+sys.path.append(str(pathlib.Path(__file__).parents[1] / "support"))
+from figures import tell
 
 LEAST_BRANCHES = 98.0
 MOST_EXCEPTIONS = 10
@@ -64,15 +66,6 @@ def one_way_branches(file):
 
 def percent(part, whole):
     return "%.2f" % (100 * part / whole if whole else 100)
-
-
-def tell(subject, reached, least):
-    """Tells a figure, and adds it to those of this run."""
-    line = f"{subject}: {reached} (at least {least})"
-    print(line)
-    if os.environ.get("QOR_FIGURES"):
-        with open(os.environ["QOR_FIGURES"], "a") as figures:
-            figures.write(line + "\n")
 
 
 def main():

@@ -34,6 +34,9 @@ from clang import cindex
 
 import mutate
 
+sys.path.append(str(pathlib.Path(__file__).parents[1] / "support"))
+from figures import tell
+
 ROOT = pathlib.Path.cwd()
 BUILD = ROOT / "build/mutants"
 COPY = BUILD / "copy"
@@ -362,14 +365,6 @@ class Clock:
 def explained():
     """The survivors that are listed with a reason."""
     return {line for line in SURVIVORS.read_text().splitlines() if line and not line.startswith("#")}
-
-
-def tell(subject, reached, least):
-    line = f"{subject}: {reached} (at least {least})"
-    print(line)
-    if os.environ.get("QOR_FIGURES"):
-        with open(os.environ["QOR_FIGURES"], "a") as figures:
-            figures.write(line + "\n")
 
 
 def show(number):
