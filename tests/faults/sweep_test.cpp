@@ -23,7 +23,7 @@ constexpr std::size_t kBuffer = 0x100000;
 struct Scenario {
     std::string name;
     SideBySide::Prepare prepare;
-    std::vector<Step> steps;
+    std::vector<PlainStep> steps;
 };
 
 /// Bytes of which no two neighbours look alike.

@@ -3,6 +3,8 @@
 //
 // 0, or none, is the library as it is. -1 too, and then it is noted which mutants were asked about: a test that never
 // asks about a mutant cannot tell it from the original.
+//
+// A macro QOR_MUTANT makes the choice at compile time instead, for a look at the code that a compiler makes of a mutant.
 #pragma once
 
 #include <cstdlib>
@@ -11,6 +13,7 @@
 
 namespace mutant {
 
+#ifndef QOR_MUTANT
 inline constexpr int kMost = 1 << 16;
 
 inline const int chosen = [] {
@@ -19,12 +22,17 @@ inline const int chosen = [] {
 }();
 
 inline bool reached[kMost];
+#endif
 
 /// Whether the library is now mutant `n`. Never at compile time.
 constexpr bool is(int n) {
     if (std::is_constant_evaluated()) return false;
+#ifdef QOR_MUTANT
+    return n == QOR_MUTANT;
+#else
     if (chosen < 0) reached[n] = true;
     return chosen == n;
+#endif
 }
 
 /// `condition`, and its opposite in mutant `n`.

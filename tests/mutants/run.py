@@ -2,15 +2,20 @@
 
 Which tests reach which mutants is noted first, in a run of the library as it is. Then each mutant meets those tests
 alone, the quickest first, until one fails. A test has failed too where it crashes, or takes far more time or memory
-than it should. Tests of more than a second are left out.
+than it should. Tests of more than a second are left out. What is left then has no effect that a test could notice where
+the compiler, optimising, makes the same code of it and of the library as it is: such a mutant is none, and not counted.
+
+A thorough run has the large checks among its tests, and lets what they do not notice meet all of them once more, under
+the address sanitizer.
 
 All that is written lies in build/mutants:
 
-    copy      the project as it is, but for qor/, which holds the mutants
-    tests     the build of that
-    notes     which test reaches which mutants, a file to a program
-    report    for each mutant, the test that noticed it
-    last      what `--number` needs to know about the last run
+    copy        the project as it is, but for qor/, which holds the mutants
+    tests       the build of that
+    sanitized   the same with the address sanitizer
+    notes       which test reaches which mutants, a file to a program
+    report      for each mutant, the test that noticed it
+    last        what `--number` needs to know about the last run
 """
 
 import argparse
@@ -40,6 +45,8 @@ from figures import tell
 ROOT = pathlib.Path.cwd()
 BUILD = ROOT / "build/mutants"
 COPY = BUILD / "copy"
+TESTS = BUILD / "tests"
+SANITIZED = BUILD / "sanitized"
 NOTES = BUILD / "notes"
 TEMPORARY = BUILD / "tmp"
 SURVIVORS = ROOT / "tests/mutants/survivors"
@@ -64,13 +71,17 @@ PROGRAMS = [
     "faults/faults_test",
     "memory/unmeasured_file_test",
 ]
+LARGE_PROGRAMS = ["memory/refused_memory_test", "faults/sweep_test"]  # of a thorough run
 LONGEST = 1000  # milliseconds of a test
+LONGEST_OF_ALL = 10_000  # in a thorough run
 QUICK = 20  # milliseconds; tests below meet a mutant before the others do
 SEED = 1
 
 # What a program of tests may take from the machine, whatever its mutant does, and the tests that need more: they are
 # slow, or make files that are larger.
-LIMITS = ["--as=2147483648", "--fsize=1073741824", "--core=0"]
+LIMITS = ["--fsize=1073741824", "--core=0"]
+LIMITS_OF = {TESTS: ["--as=2147483648"], SANITIZED: []}
+ASAN_OPTIONS = "allocator_may_return_null=1:hard_rss_limit_mb=4096"
 LEFT_OUT = [
     "*ArraysInTheThirdModeOnADevice",
     "*ALargeTextArray",
@@ -225,11 +236,21 @@ def blamed(errors, copies):
     return sorted(mutants, key=lambda mutant: mutant.number)
 
 
-def build(sample):
+def compile_tests(folder, programs, *options):
+    """Builds the programs out of the copy. Whether that worked, and what the compiler said."""
+    configure = ["cmake", "--preset", "mutants", "-S", str(COPY), "-B", str(folder), "--log-level=WARNING", *options]
+    subprocess.run(configure, check=True, stdout=subprocess.DEVNULL, cwd=COPY)
+    targets = [program.rsplit("/", 1)[-1] for program in programs]
+    done = subprocess.run(
+        ["cmake", "--build", str(folder), "--target", *targets, "--", "--quiet", "-k", "0"],
+        capture_output=True,
+        text=True,
+    )
+    return done.returncode == 0, done.stdout
+
+
+def build(sample, programs):
     """Builds the programs, without the mutants that cannot be compiled."""
-    configure = ["cmake", "--preset", "mutants", "-S", str(COPY), "-B", str(BUILD / "tests"), "--log-level=WARNING"]
-    targets = [program.rsplit("/", 1)[-1] for program in PROGRAMS]
-    compile_all = ["cmake", "--build", str(BUILD / "tests"), "--target", *targets, "--", "--quiet", "-k", "0"]
     while True:
         copies = write_copy(sample.chosen)
         left_out = sorted(set().union(*(copy.left_out for copy in copies.values())), key=lambda m: m.number)
@@ -237,16 +258,30 @@ def build(sample):
             sample.replace(left_out)
             continue
         errors = [error for part in of_each_source(errors_of) for error in part]
+        log = ""
         if not errors:
-            subprocess.run(configure, check=True, stdout=subprocess.DEVNULL, cwd=COPY)
-            done = subprocess.run(compile_all, capture_output=True, text=True)
-            if done.returncode == 0:
+            done, log = compile_tests(TESTS, programs)
+            if done:
                 return
-            errors = errors_of_build(done.stdout, copies)
+            errors = errors_of_build(log, copies)
         guilty = blamed(errors, copies)
         if not guilty:
-            raise SystemExit(f"{errors or done.stdout[-4000:]}\nThis does not compile, and no mutant is to blame.")
+            raise SystemExit(f"{errors or log[-4000:]}\nThis does not compile, and no mutant is to blame.")
         sample.replace(guilty)
+
+
+def compiled(name, number):
+    """The library's code of a source when it is that mutant, or with 0, as it is."""
+    flags = ["-std=c++20", "-O2", "-DNDEBUG", f"-I{COPY}", "-w", "-Wno-c++11-narrowing"]
+    mutant = ["-include", str(ROOT / "tests/mutants/mutant.h"), f"-DQOR_MUTANT={number}"]
+    code = TEMPORARY / f"{os.getpid()}.o"
+    subprocess.run(["clang++-14", *flags, *mutant, "-c", str(COPY / name), "-o", str(code)], check=True)
+    return code.read_bytes()
+
+
+def is_same_code(mutant):
+    """Of a header it cannot be told, since its code is also that of the sources which include it."""
+    return mutant.file.endswith(".cpp") and compiled(mutant.file, mutant.number) == compiled(mutant.file, 0)
 
 
 # ---- Running the tests -----------------------------------------------------------------------------------------------
@@ -262,16 +297,17 @@ def temporary_folder():
         shutil.rmtree(folder, ignore_errors=True)
 
 
-def run(program, tests, seconds, variables):
+def run(build, program, tests, seconds, variables):
     """Runs tests of a program. Whether they pass within that much time of the processor, and what they print."""
-    program = [str(BUILD / "tests/tests" / program), "--gtest_brief=1", "--gtest_fail_fast", f"--gtest_filter={tests}"]
-    command = ["prlimit", *LIMITS, f"--cpu={int(seconds) + 1}:{int(seconds) + 2}", *program]
+    program = [str(build / "tests" / program), "--gtest_brief=1", "--gtest_fail_fast", f"--gtest_filter={tests}"]
+    time_limit = f"--cpu={int(seconds) + 1}:{int(seconds) + 2}"
+    command = ["prlimit", *LIMITS, *LIMITS_OF[build], time_limit, *program]
     with temporary_folder() as folder:
         process = subprocess.Popen(
             command,
             cwd=folder,
             # Memory that is used before it is set holds junk.
-            env={**os.environ, "TMPDIR": folder, "MALLOC_PERTURB_": "165", **variables},
+            env={**os.environ, "TMPDIR": folder, "MALLOC_PERTURB_": "165", "ASAN_OPTIONS": ASAN_OPTIONS, **variables},
             start_new_session=True,
             stdin=subprocess.DEVNULL,
             stdout=subprocess.PIPE,
@@ -288,54 +324,60 @@ def run(program, tests, seconds, variables):
     return process.returncode == 0, output.decode(errors="replace")
 
 
-def note_reached(threads):
+def note_reached(programs, longest, threads):
     """Runs all tests once. For each mutant the tests that reach it: by program, pairs of milliseconds and test."""
 
     def note(program):
         notes = NOTES / program.replace("/", ".")
-        passed, output = run(program, f"-{':'.join(LEFT_OUT)}", 300, {"QOR_MUTANT": "-1", "QOR_REACHED": str(notes)})
-        if not passed:
-            raise SystemExit(f"{output[-3000:]}\n{program} fails without any mutant.")
+        run_all(TESTS, program, {"QOR_MUTANT": "-1", "QOR_REACHED": str(notes)})
         return program, notes
 
     shutil.rmtree(NOTES, ignore_errors=True)
     NOTES.mkdir(parents=True)
     reached = {}
-    for program, notes in threads.map(note, reversed(PROGRAMS)):
+    for program, notes in threads.map(note, reversed(programs)):
         for line in notes.read_text().splitlines():
             test, milliseconds, *numbers = line.split()
-            if float(milliseconds) > LONGEST:
+            if float(milliseconds) > longest:
                 continue
             for number in map(int, numbers):
                 reached.setdefault(number, {}).setdefault(program, []).append((float(milliseconds), test))
     return reached
 
 
+def run_all(build, program, variables):
+    passed, output = run(build, program, f"-{':'.join(LEFT_OUT)}", 300, variables)
+    if not passed:
+        raise SystemExit(f"{output[-3000:]}\n{program} fails without any mutant.")
+
+
 def time_of(tests):
     return sum(milliseconds for milliseconds, _ in tests) / 1000
 
 
-def meet(mutant, reached):
+def meet(mutant, reached, build=TESTS):
     """The mutant before the tests that reach it. What noticed it, or an empty text."""
+    patience = 4 if build == TESTS else 12
     groups = []
     for program, tests in reached.get(mutant.number, {}).items():
         groups.append((program, [test for test in tests if test[0] < QUICK]))
         groups.append((program, [test for test in tests if test[0] >= QUICK]))
     for program, tests in sorted(filter(lambda group: group[1], groups), key=lambda group: time_of(group[1])):
         names = ":".join(name for _, name in tests)
-        passed, output = run(program, names, 2 + 4 * time_of(tests), {"QOR_MUTANT": str(mutant.number)})
+        seconds = 2 + patience * time_of(tests)
+        passed, output = run(build, program, names, seconds, {"QOR_MUTANT": str(mutant.number)})
         if not passed:
             failed = re.search(r"\[  FAILED  \] ([^\s,]+)", output)
             return failed[1] if failed else f"{program}, which crashed or took too much"
     return ""
 
 
-def meet_all(chosen, reached, threads):
+def meet_all(chosen, reached, threads, build=TESTS):
     """For each mutant's number, what noticed it. Those that take longest first, so that all end together."""
     order = sorted(chosen, key=lambda m: -sum(map(time_of, reached.get(m.number, {}).values())))
     noticed = {}
-    with open(BUILD / "report", "w") as report:
-        for m, test in zip(order, threads.map(lambda m: meet(m, reached), order)):
+    with open(BUILD / "report", "a") as report:
+        for m, test in zip(order, threads.map(lambda m: meet(m, reached, build), order)):
             noticed[m.number] = test
             print(f"{m.number} {m} -> {test}", file=report, flush=True)
     return noticed
@@ -409,23 +451,40 @@ def main():
     by_file = all_mutants()
     by_file = {f: m for f, m in by_file.items() if fnmatch.fnmatch(f.rsplit("/", 1)[-1], arguments.only)}
     everything = sum(map(len, by_file.values()))
-    usual = everything if arguments.only != "*" else 2400 if arguments.thorough else 300
+    usual = everything if arguments.only != "*" else 2500 if arguments.thorough else 320  # some are none
     sample = Sample(by_file, arguments.count or usual)
     clock.tell(f"{everything} mutants in {len(by_file)} files")
-    build(sample)
+    programs = PROGRAMS + LARGE_PROGRAMS * arguments.thorough
+    build(sample, programs)
     chosen = sorted(sample.all(), key=lambda m: (m.file, m.line, m.number))
     clock.tell(f"The tests with {len(chosen)} of them are built")
+    (BUILD / "report").unlink(missing_ok=True)
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as threads:
-        reached = note_reached(threads)
+        reached = note_reached(programs, LONGEST_OF_ALL if arguments.thorough else LONGEST, threads)
         (BUILD / "last").write_bytes(pickle.dumps((chosen, reached)))
         clock.tell("What each test reaches is known")
         noticed = meet_all(chosen, reached, threads)
         clock.tell("Each mutant has met its tests")
+        left = [m for m in chosen if not noticed[m.number]]
+        if arguments.thorough:
+            done, log = compile_tests(SANITIZED, programs, "-DCMAKE_CXX_FLAGS_DEBUG=-O1 -fsanitize=address")
+            if not done:
+                raise SystemExit(log[-4000:])
+            list(threads.map(lambda program: run_all(SANITIZED, program, {}), programs))
+            noticed |= meet_all(left, reached, threads, SANITIZED)
+            left = [m for m in chosen if not noticed[m.number]]
+            clock.tell("Those that are left have met them under the address sanitizer")
+    with concurrent.futures.ProcessPoolExecutor() as pool:
+        same = {m for m, is_same in zip(left, pool.map(is_same_code, left)) if is_same}
+    clock.tell(f"{len(same)} of those that are left are the same code as the library")
     shutil.rmtree(TEMPORARY)
+    for text in sorted({str(m) for m in chosen} & explained() - {str(m) for m in left if m not in same}):
+        print(f"does not survive: {text}")
+    chosen = [m for m in chosen if m not in same]
 
     print()
     unexplained = tell_all(chosen, reached, noticed)
-    killed = sum(map(bool, noticed.values()))
+    killed = sum(bool(noticed[m.number]) for m in chosen)
     print(f"\n{killed} of {len(chosen)} mutants noticed")
     if arguments.only != "*" or arguments.count:
         return 0
