@@ -931,7 +931,7 @@ constexpr std::uint64_t kParts = 4;
 class PairsOfStdioFaults : public ::testing::TestWithParam<std::uint64_t> {};
 
 TEST_P(PairsOfStdioFaults, LeaveTheLibraryAndTheModelAlike) {
-    const std::uint64_t eachOf = isThorough() ? 1 : isBrief() ? 401 : 23;
+    const std::uint64_t eachOf = isThorough() ? 1 : isBrief() ? 401 : 101;
     std::uint64_t pairs = 0;
     for (std::uint64_t i = GetParam(); i < scenarios().size(); i += kParts) {
         Runs runs(scenarios()[i]);
@@ -939,7 +939,7 @@ TEST_P(PairsOfStdioFaults, LeaveTheLibraryAndTheModelAlike) {
         ASSERT_EQ(runs.found(), "");
         pairs += runs.with(2);
     }
-    figure("pairs of stdio faults, part " + std::to_string(GetParam() + 1) + " of 4", pairs, rounds(1000, 25'000));
+    figure("pairs of stdio faults, part " + std::to_string(GetParam() + 1) + " of 4", pairs, rounds(250, 25'000));
 }
 
 INSTANTIATE_TEST_SUITE_P(Part, PairsOfStdioFaults, ::testing::Range<std::uint64_t>(0, kParts));
