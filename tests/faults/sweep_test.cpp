@@ -939,7 +939,7 @@ TEST_P(PairsOfStdioFaults, LeaveTheLibraryAndTheModelAlike) {
         ASSERT_EQ(runs.found(), "");
         pairs += runs.with(2);
     }
-    figure("pairs of stdio faults, part " + std::to_string(GetParam() + 1) + " of 4", pairs, rounds(250, 25'000));
+    figure("pairs of stdio faults, part " + std::to_string(GetParam() + 1) + " of 4", pairs, rounds(100, 25'000));
 }
 
 INSTANTIATE_TEST_SUITE_P(Part, PairsOfStdioFaults, ::testing::Range<std::uint64_t>(0, kParts));
