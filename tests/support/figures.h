@@ -27,6 +27,9 @@ inline std::uint64_t rounds(std::uint64_t usual, std::uint64_t most) {
     return isThorough() ? most : usual;
 }
 
+/// The seconds that something may take, `usual` where a step takes as long as it usually does.
+inline double patience(double usual) { return isBrief() ? 20 * usual : usual; }
+
 /// Tells that of `subject` there were `reached`, and fails the test if that is below `least`.
 inline void figure(std::string_view subject, std::uint64_t reached, std::uint64_t least) {
     std::ostringstream line;
