@@ -4,7 +4,8 @@
 // 0, or none, is the library as it is. -1 too, and then it is noted which mutants were asked about: a test that never
 // asks about a mutant cannot tell it from the original.
 //
-// A macro QOR_MUTANT makes the choice at compile time instead, for a look at the code that a compiler makes of a mutant.
+// A macro QOR_MUTANT makes the choice at compile time instead, for a look at the code that a compiler makes of a
+// mutant.
 #pragma once
 
 #include <cstdlib>
