@@ -23,6 +23,7 @@ import collections
 import concurrent.futures
 import contextlib
 import fnmatch
+import functools
 import hashlib
 import os
 import pathlib
@@ -270,6 +271,7 @@ def build(sample, programs):
         sample.replace(guilty)
 
 
+@functools.cache
 def compiled(name, number):
     """The library's code of a source when it is that mutant, or with 0, as it is."""
     flags = ["-std=c++20", "-O2", "-DNDEBUG", f"-I{COPY}", "-w", "-Wno-c++11-narrowing"]
