@@ -13,21 +13,21 @@
 namespace qor::test {
 namespace {
 
-using Bytes = ds::Vector<unsigned char>;
+using ByteVector = ds::Vector<unsigned char>;
 using namespace std::literals;
 
 constexpr Compression kKinds[] = {Compression::Lz4, Compression::Zlib, Compression::Zstd};
 
-Bytes bytesOf(std::string_view text) {
-    Bytes bytes;
+ByteVector bytesOf(std::string_view text) {
+    ByteVector bytes;
     bytes.resize(text.size());
     std::copy(text.begin(), text.end(), bytes.begin());
     return bytes;
 }
-std::string textOf(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
+std::string textOf(const ByteVector& bytes) { return {bytes.begin(), bytes.end()}; }
 
-Bytes compressed(std::string_view text, bool asText, Compression kind) {
-    const Bytes bytes = bytesOf(text);
+ByteVector compressed(std::string_view text, bool asText, Compression kind) {
+    const ByteVector bytes = bytesOf(text);
     return compress(bytes.data(), bytes.size(), asText, kind);
 }
 
@@ -51,7 +51,7 @@ class Kinds : public ::testing::TestWithParam<std::tuple<Compression, bool>> {
     Compression kind() const { return std::get<0>(GetParam()); }
     bool asText() const { return std::get<1>(GetParam()); }
     void comesBack(std::string_view text) {
-        const Bytes payload = compressed(text, asText(), kind());
+        const ByteVector payload = compressed(text, asText(), kind());
         EXPECT_FALSE(payload.isEmpty()) << text.size();
         EXPECT_TRUE(textOf(decompress(payload, asText(), text.size())) == text) << text.size();
     }
@@ -75,7 +75,7 @@ TEST_P(Kinds, MakeTheSamePayloadTwice) {
 
 TEST_P(Kinds, GiveNothingForAnotherSize) {
     const std::string text = someText(1000);
-    const Bytes payload = compressed(text, asText(), kind());
+    const ByteVector payload = compressed(text, asText(), kind());
     for (const unsigned long size : {0ul, 1ul, 999ul, 1001ul, 2000ul, 1000000ul, ~0ul}) {
         EXPECT_TRUE(decompress(payload, asText(), size).isEmpty()) << size;
     }
@@ -83,16 +83,16 @@ TEST_P(Kinds, GiveNothingForAnotherSize) {
 
 TEST_P(Kinds, GiveNothingForAPayloadThatIsCut) {
     const std::string text = someText(200);
-    const Bytes payload = compressed(text, asText(), kind());
+    const ByteVector payload = compressed(text, asText(), kind());
     for (std::size_t size = 0; size < payload.size(); ++size) {
-        Bytes cut = payload;
+        ByteVector cut = payload;
         cut.resize(size);
         EXPECT_TRUE(decompress(cut, asText(), text.size()).isEmpty()) << size;
     }
 }
 
 TEST_P(Kinds, GiveNothingForAPayloadWithMoreBehindIt) {
-    Bytes payload = compressed("a payload and a byte", asText(), kind());
+    ByteVector payload = compressed("a payload and a byte", asText(), kind());
     payload.append(0);
     EXPECT_TRUE(decompress(payload, asText(), 20).isEmpty());
     for (int i = 0; i < 3; ++i) payload.append('A');
@@ -100,12 +100,12 @@ TEST_P(Kinds, GiveNothingForAPayloadWithMoreBehindIt) {
 }
 
 TEST_P(Kinds, GiveNothingWithTheOtherFlag) {
-    const Bytes payload = compressed(someText(100), asText(), kind());
+    const ByteVector payload = compressed(someText(100), asText(), kind());
     EXPECT_TRUE(decompress(payload, !asText(), 100).isEmpty());
 }
 
 TEST_P(Kinds, GiveBackNoMoreArrayThanTheyNeed) {
-    const Bytes payload = compressed(std::string(1'000'000, 'a'), asText(), kind());
+    const ByteVector payload = compressed(std::string(1'000'000, 'a'), asText(), kind());
     EXPECT_LE(payload.capacity(), 2 * payload.size());
     EXPECT_EQ(decompress(payload, asText(), 1'000'000).size(), 1'000'000u);
 }
@@ -115,7 +115,7 @@ TEST(Compression, GivesBackAnArrayThatIsLessThanHalfFull) {
     std::uint32_t state = 1;
     while (noise.size() < 30000) noise += static_cast<char>('a' + ((state = state * 1664525 + 1013904223) >> 29));
     for (const Compression kind : {Compression::Zlib, Compression::Zstd}) {  // 3 bits of each 8
-        const Bytes payload = compressed(noise, false, kind);
+        const ByteVector payload = compressed(noise, false, kind);
         EXPECT_GT(payload.size(), noise.size() / 3);
         EXPECT_EQ(payload.capacity(), payload.size());
     }

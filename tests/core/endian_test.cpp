@@ -8,6 +8,7 @@
 #include <cstring>
 #include <limits>
 
+#include "core/bits_of.h"
 #include "support/test_files.h"
 
 namespace qor::test {
@@ -33,14 +34,6 @@ T loaded(const Bytes& bytes) {
     T value;
     loadLittle(memory + 1, value);
     return value;
-}
-
-// The bit image, in which two NaNs and two zeros differ.
-template <typename T>
-impl::Bits<T> bitsOf(T value) {
-    impl::Bits<T> bits;
-    std::memcpy(&bits, &value, sizeof(T));
-    return bits;
 }
 
 template <typename T>

@@ -13,7 +13,7 @@
 #include <string>
 #include <string_view>
 
-#include "qor/core/endian.h"
+#include "core/bits_of.h"
 #include "qor/core/number_text.h"
 #include "qor/core/string.h"
 #include "support/figures.h"
@@ -27,14 +27,6 @@ template <typename T>
 using Limits = std::numeric_limits<T>;
 
 constexpr int kBases[] = {2, 8, 10, 16};
-
-// The bit image, in which two zeros, and NaNs of two signs, differ.
-template <typename T>
-impl::Bits<T> bitsOf(T value) {
-    impl::Bits<T> bits;
-    std::memcpy(&bits, &value, sizeof(T));
-    return bits;
-}
 
 template <typename T>
 T ofBits(std::uint64_t bits) {

@@ -11,7 +11,7 @@
 #include <string>
 #include <string_view>
 
-#include "qor/core/endian.h"
+#include "core/bits_of.h"
 #include "support/test_files.h"
 
 namespace qor::test {
@@ -21,14 +21,6 @@ using namespace std::string_view_literals;
 
 template <typename T>
 using Limits = std::numeric_limits<T>;
-
-// The bit image, in which two zeros, and NaNs of two signs, differ.
-template <typename T>
-impl::Bits<T> bitsOf(T value) {
-    impl::Bits<T> bits;
-    std::memcpy(&bits, &value, sizeof(T));
-    return bits;
-}
 
 // The text of `value`, with proof that nothing is written behind it or beyond the room that it may have.
 template <typename T>

@@ -5,11 +5,6 @@
 namespace qor::test {
 namespace {
 
-Bytes contentOf(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::string(std::istreambuf_iterator<char>(in), {})};
-}
-
 TEST(BeforeMain, EveryWriteAndEveryCloseSucceeded) { EXPECT_TRUE(writtenBeforeMain.done); }
 
 TEST(BeforeMain, ABinaryFileHasItsLowBytesFirst) {

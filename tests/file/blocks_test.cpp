@@ -14,7 +14,6 @@ using namespace std::literals;
 using Vector = ds::Vector<unsigned char>;
 
 constexpr Compression kKinds[] = {Compression::Lz4, Compression::Zlib, Compression::Zstd};
-constexpr auto kThird = Mode::ReadWrite;
 
 const Bytes kEmptyBlock = "2e 31 2e  00 00 00 00 00 00 00 00  2e  00 00 00 00 00 00 00 00  2e"_bytes;
 
@@ -41,20 +40,20 @@ std::string block(std::string_view text, Compression kind) {
 }
 
 // What a read of a block makes of a file: the result, the bytes, the text, and where it left off.
-struct Outcome {
+struct ReadBlock {
     bool done;
     std::string bytes;
     std::string error;
     std::uint64_t pos;
 
-    friend bool operator==(const Outcome&, const Outcome&) = default;
-    friend std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
+    friend bool operator==(const ReadBlock&, const ReadBlock&) = default;
+    friend std::ostream& operator<<(std::ostream& out, const ReadBlock& outcome) {
         return out << (outcome.done ? "true" : "false") << ", \"" << outcome.bytes.substr(0, 50) << "\", \""
                    << outcome.error << "\", pos " << outcome.pos;
     }
 };
 
-Outcome readFrom(File& file, Compression kind = Compression::Lz4, std::string_view before = "before") {
+ReadBlock readFrom(File& file, Compression kind = Compression::Lz4, std::string_view before = "before") {
     Vector bytes = bytesOf(before);
     const bool done = file.read(bytes, kind);
     return {done, textOf(bytes), file.error().buf(), file.pos()};
@@ -62,7 +61,7 @@ Outcome readFrom(File& file, Compression kind = Compression::Lz4, std::string_vi
 
 class Block : public WithFiles {
  protected:
-    Outcome readOf(std::string_view content, Format format = Format::Binary, Mode mode = Mode::Read) {
+    ReadBlock readOf(std::string_view content, Format format = Format::Binary, Mode mode = Mode::Read) {
         File file = opened(files.make("a", content), mode, format);
         return readFrom(file);
     }
@@ -85,7 +84,7 @@ TEST_F(Block, OfEachKindReadsBackWithAnyKind) {
         for (const Compression any :
              {Compression::Lz4, Compression::Zlib, Compression::Zstd, static_cast<Compression>(9)}) {
             File file = opened(files.make("a", bytes.raw), Mode::Read, Format::Binary);
-            EXPECT_EQ(readFrom(file, any), (Outcome{true, "the bytes", "", bytes.raw.size()}));
+            EXPECT_EQ(readFrom(file, any), (ReadBlock{true, "the bytes", "", bytes.raw.size()}));
         }
     }
 }
@@ -156,11 +155,11 @@ TEST_F(Block, OfNoBytesHasAnyKind) {
               kEmptyBlock);
 }
 
-TEST_F(Block, OfNoBytesReadsBackAsNone) { EXPECT_EQ(readOf(kEmptyBlock.raw), (Outcome{true, "", "", 21})); }
+TEST_F(Block, OfNoBytesReadsBackAsNone) { EXPECT_EQ(readOf(kEmptyBlock.raw), (ReadBlock{true, "", "", 21})); }
 
 TEST_F(Block, WithoutAPayloadIsEmptyWhateverLengthItClaims) {
-    EXPECT_EQ(readOf(header(~0ull, 0)), (Outcome{true, "", "", 21}));
-    EXPECT_EQ(readOf(".1.1000.0.", Format::Text), (Outcome{true, "", "", 10}));
+    EXPECT_EQ(readOf(header(~0ull, 0)), (ReadBlock{true, "", "", 21}));
+    EXPECT_EQ(readOf(".1.1000.0.", Format::Text), (ReadBlock{true, "", "", 10}));
 }
 
 // ---- In a text file -------------------------------------------------------------------------------------------------
@@ -168,13 +167,13 @@ TEST_F(Block, WithoutAPayloadIsEmptyWhateverLengthItClaims) {
 TEST_F(Block, InATextFileHasItsLengthsInDigitsAndItsPayloadInBase64) {
     const Bytes bytes = written(Format::Text, [](File& file) { EXPECT_TRUE(file.write("a", 1, Compression::Zlib)); });
     EXPECT_EQ(bytes.raw, ".1.1.12.eJxLBAAAYgBi");
-    EXPECT_EQ(readOf(bytes.raw, Format::Text), (Outcome{true, "a", "", 20}));
+    EXPECT_EQ(readOf(bytes.raw, Format::Text), (ReadBlock{true, "a", "", 20}));
 }
 
 TEST_F(Block, OfNoBytesInATextFileIsItsMarksAndZeros) {
     EXPECT_EQ(written(Format::Text, [](File& file) { EXPECT_TRUE(file.write("", 0, Compression::Zstd)); }).raw,
               ".1.0.0.");
-    EXPECT_EQ(readOf(".1.0.0.", Format::Text), (Outcome{true, "", "", 7}));
+    EXPECT_EQ(readOf(".1.0.0.", Format::Text), (ReadBlock{true, "", "", 7}));
 }
 
 TEST_F(Block, InATextFileIsText) {
@@ -240,7 +239,7 @@ const LengthText kLengthTexts[] = {
 
 TEST_F(Block, InATextFileHasLengthsThatAreNumbersOfAtMost32Characters) {
     for (const LengthText& length : kLengthTexts) {
-        const Outcome outcome = readOf(".1."s + length.text + ".0.", Format::Text);
+        const ReadBlock outcome = readOf(".1."s + length.text + ".0.", Format::Text);
         EXPECT_EQ(outcome.done, length.isRead) << '"' << length.text << '"';
         EXPECT_EQ(outcome.error, length.isRead ? "" : "Failed to read un/compressed length.") << length.text;
     }
@@ -253,7 +252,7 @@ TEST_F(Block, InATextFileHasLengthsThatEndAtAZeroByte) {
 
 TEST_F(Block, WhoseFirstLengthIsNoNumberIsNotReadOn) {
     EXPECT_EQ(readOf(".1.x.12.eJxLBAAAYgBi", Format::Text),
-              (Outcome{false, "", "Failed to read un/compressed length.", 5}));
+              (ReadBlock{false, "", "Failed to read un/compressed length.", 5}));
 }
 
 TEST_F(Block, WhoseLengthHas33CharactersIsReadUpToThere) {
@@ -278,14 +277,14 @@ TEST_F(Block, OfAnyModeButReadHasLengthsInDigitsAndItsPayloadInBytes) {
     const std::string payload = payloadOf("abc", Compression::Lz4);
     const std::string content = ".1.3." + std::to_string(payload.size()) + '.' + payload;
     for (const Format format : {Format::Binary, Format::Text}) {
-        EXPECT_EQ(readOf(content, format, kSeven), (Outcome{true, "abc", "", content.size()}));
+        EXPECT_EQ(readOf(content, format, kSeven), (ReadBlock{true, "abc", "", content.size()}));
     }
 }
 
 TEST_F(Block, OfAnUnknownFormatHasLengthsInDigitsAndItsPayloadInBytes) {
     const std::string payload = payloadOf("abc", Compression::Lz4);
     const std::string content = ".1.3." + std::to_string(payload.size()) + '.' + payload;
-    EXPECT_EQ(readOf(content, static_cast<Format>(2)), (Outcome{true, "abc", "", content.size()}));
+    EXPECT_EQ(readOf(content, static_cast<Format>(2)), (ReadBlock{true, "abc", "", content.size()}));
 }
 
 // ---- As they stand --------------------------------------------------------------------------------------------------
@@ -302,16 +301,17 @@ TEST_F(Block, WithoutCompressionIsItsBytes) {
 
 TEST_F(Block, WithoutCompressionFillsTheVectorAsItIsSized) {
     File file = opened(files.make("a", "abcdef"), Mode::Read, Format::Binary);
-    EXPECT_EQ(readFrom(file, Compression::None, "????"), (Outcome{true, "abcd", "", 4}));
+    EXPECT_EQ(readFrom(file, Compression::None, "????"), (ReadBlock{true, "abcd", "", 4}));
     EXPECT_EQ(readFrom(file, Compression::None, "????"),
-              (Outcome{false, "????", "Attempted to read beyond file size.", 4}));
-    EXPECT_EQ(readFrom(file, Compression::None, "??"), (Outcome{true, "ef", "Attempted to read beyond file size.", 6}));
+              (ReadBlock{false, "????", "Attempted to read beyond file size.", 4}));
+    EXPECT_EQ(readFrom(file, Compression::None, "??"),
+              (ReadBlock{true, "ef", "Attempted to read beyond file size.", 6}));
 }
 
 TEST_F(Block, WithoutCompressionGivesAnEmptyVectorTheWholeFile) {
     for (const Format format : {Format::Binary, Format::Text}) {
         File file = opened(files.make("a", "abcdef"), Mode::Read, format);
-        EXPECT_EQ(readFrom(file, Compression::None, ""), (Outcome{true, "abcdef", "", 6}));
+        EXPECT_EQ(readFrom(file, Compression::None, ""), (ReadBlock{true, "abcdef", "", 6}));
     }
     const std::string large = pattern(2 * kMiB + 5);
     File file = opened(files.make("a", large), Mode::Read, Format::Binary);
@@ -323,19 +323,19 @@ TEST_F(Block, WithoutCompressionAsksForTheWholeFileWhereverItStands) {
     char c;
     file >> c;
     EXPECT_EQ(readFrom(file, Compression::None, ""),
-              (Outcome{false, "\0\0\0\0\0\0"s, "Attempted to read beyond file size.", 1}));
+              (ReadBlock{false, "\0\0\0\0\0\0"s, "Attempted to read beyond file size.", 1}));
 }
 
 TEST_F(Block, WithoutCompressionOfAnEmptyFileIsEmpty) {
     File file = opened(files.make("a", ""), Mode::Read, Format::Binary);
-    EXPECT_EQ(readFrom(file, Compression::None, ""), (Outcome{true, "", "", 0}));
+    EXPECT_EQ(readFrom(file, Compression::None, ""), (ReadBlock{true, "", "", 0}));
 }
 
 // The file was longer when it was measured: what came of it is there, the rest is zeros.
 TEST_F(Block, WithoutCompressionOfAFileThatWasCutKeepsItsSize) {
     File file = opened(files.make("a", pattern(2 * kMiB)), Mode::Read, Format::Binary);
     std::filesystem::resize_file(files.path("a"), kMiB + 5);
-    const Outcome outcome = readFrom(file, Compression::None, "");
+    const ReadBlock outcome = readFrom(file, Compression::None, "");
     EXPECT_FALSE(outcome.done);
     EXPECT_EQ(outcome.error, "Fread failed. Requested 1048576, read 5.");
     EXPECT_TRUE(outcome.bytes == pattern(kMiB) + std::string(kMiB, '\0'));
@@ -429,14 +429,14 @@ TEST_F(Block, IsNotWrittenToAFileThatIsRead) {
 TEST_F(Block, IsNotReadFromAClosedFileAndTheBytesStay) {
     File file;
     for (const Compression kind : {Compression::None, Compression::Lz4}) {
-        EXPECT_EQ(readFrom(file, kind), (Outcome{false, "before", "File not successfully opened, cannot read.", 0}));
+        EXPECT_EQ(readFrom(file, kind), (ReadBlock{false, "before", "File not successfully opened, cannot read.", 0}));
     }
 }
 
 TEST_F(Block, IsNotReadFromAFileThatIsWrittenAndTheBytesStay) {
     File file = opened(files.path("a"), Mode::Write, Format::Binary);
     for (const Compression kind : {Compression::None, Compression::Lz4}) {
-        EXPECT_EQ(readFrom(file, kind), (Outcome{false, "before", "Cannot write while in write mode.", 0}));
+        EXPECT_EQ(readFrom(file, kind), (ReadBlock{false, "before", "Cannot write while in write mode.", 0}));
     }
 }
 
@@ -500,7 +500,8 @@ const DamagedHeader kDamagedHeaders[] = {
 
 TEST_F(Block, WhoseHeaderIsDamagedIsReadUpToTheFirstWrongByte) {
     for (const DamagedHeader& damaged : kDamagedHeaders) {
-        EXPECT_EQ(readOf(damaged.bytes), (Outcome{false, "", "Failed to read un/compressed length.", damaged.consumed}))
+        EXPECT_EQ(readOf(damaged.bytes),
+                  (ReadBlock{false, "", "Failed to read un/compressed length.", damaged.consumed}))
             << damaged.why;
     }
 }
@@ -508,13 +509,14 @@ TEST_F(Block, WhoseHeaderIsDamagedIsReadUpToTheFirstWrongByte) {
 TEST_F(Block, InATextFileThatEndsWithinALengthIsRefused) {
     for (const std::string_view content : {".1.", ".1.12", ".1.12.", ".1.12.3"}) {
         EXPECT_EQ(readOf(content, Format::Text),
-                  (Outcome{false, "", "Failed to read un/compressed length.", content.size()}));
+                  (ReadBlock{false, "", "Failed to read un/compressed length.", content.size()}));
     }
 }
 
 TEST_F(Block, WhosePayloadIsCutIsRefusedBeforeAnyOfItIsConsumed) {
     const std::string whole = block("some bytes", Compression::Zlib);
-    EXPECT_EQ(readOf(whole.substr(0, whole.size() - 1)), (Outcome{false, "", "Failed to read compressed buffer.", 21}));
+    EXPECT_EQ(readOf(whole.substr(0, whole.size() - 1)),
+              (ReadBlock{false, "", "Failed to read compressed buffer.", 21}));
 }
 
 // As in any read, what lies in the first chunks has been delivered by the time the last one is found to be missing.
@@ -522,7 +524,7 @@ TEST_F(Block, OfAFileThatWasCutIsRefused) {
     const std::string text = pattern(100);
     File file = opened(files.make("a", header(100, 2 * kMiB) + pattern(2 * kMiB)), Mode::Read, Format::Binary);
     std::filesystem::resize_file(files.path("a"), kMiB + 5);
-    EXPECT_EQ(readFrom(file), (Outcome{false, "", "Failed to read compressed buffer.", kMiB}));
+    EXPECT_EQ(readFrom(file), (ReadBlock{false, "", "Failed to read compressed buffer.", kMiB}));
 }
 
 TEST_F(Block, WhosePayloadIsDamagedIsConsumedAndRefusedWithTheLengthsOfItsHeader) {
@@ -531,7 +533,8 @@ TEST_F(Block, WhosePayloadIsDamagedIsConsumedAndRefusedWithTheLengthsOfItsHeader
         damaged.back() ^= 1;
         const std::string lengths =
             "(compressed size: " + std::to_string(damaged.size() - 21) + ", decompressed size: 10)";
-        EXPECT_EQ(readOf(damaged), (Outcome{false, "", "Failed to decompress data " + lengths + ".", damaged.size()}));
+        EXPECT_EQ(readOf(damaged),
+                  (ReadBlock{false, "", "Failed to decompress data " + lengths + ".", damaged.size()}));
     }
 }
 
@@ -546,7 +549,7 @@ TEST_F(Block, WhoseHeaderLiesAboutItsContentIsRefused) {
 
 TEST_F(Block, InATextFileWhosePayloadIsNoBase64IsRefused) {
     EXPECT_EQ(readOf(".1.1.12.eJxLBAAAYgB=", Format::Text),
-              (Outcome{false, "", "Failed to decompress data (compressed size: 12, decompressed size: 1).", 20}));
+              (ReadBlock{false, "", "Failed to decompress data (compressed size: 12, decompressed size: 1).", 20}));
 }
 
 TEST_F(Block, ThatFailedLeavesTheNextOneToBeRead) {

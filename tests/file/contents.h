@@ -12,8 +12,14 @@ namespace qor::test {
 /// The size of the staging buffer, and of the largest chunk that is loaded at once.
 inline constexpr std::uint64_t kMiB = 1048576;
 
+/// The third mode, which reads and writes what it can.
+inline constexpr Mode kThird = Mode::ReadWrite;
+
 /// A mode that is none of the three.
 inline constexpr Mode kSeven = static_cast<Mode>(7);
+
+/// What a read says that would leave the file.
+inline constexpr const char* kBeyond = "Attempted to read beyond file size.";
 
 inline File opened(const std::string& path, Mode mode, Format format) {
     File file;

@@ -29,7 +29,7 @@ constexpr Outcome kWriting(false, "Cannot write while in write mode.");
 constexpr Outcome kNotOpenW(false, "File not successfully opened, cannot write.");
 constexpr Outcome kNotOpenR(false, "File not successfully opened, cannot read.");
 constexpr Outcome kNotOpenS(false, "Cannot seek, file is not opened.");
-constexpr Outcome kBeyond(false, "Attempted to read beyond file size.");
+constexpr Outcome kPastEnd(false, "Attempted to read beyond file size.");
 constexpr Outcome kNoPeek(false, "File::peek() only supported in read mode.");
 constexpr Outcome kNoText(false, "read() is not supported in binary mode.");
 constexpr Outcome kEmpty(false, "");
@@ -116,16 +116,16 @@ const Row kRows[] = {
     //     Text      Binary    Text      Binary    Text      Binary    Text      Binary    closed
     {{reads<char>("read char"), reads<bool>("read bool"), reads<signed char>("read signed char"),
       reads<unsigned char>("read unsigned char")},
-        {       1,        1, kWriting, kWriting,  kBeyond,  kBeyond,        1,        1, kNotOpenR}},
+        {       1,        1, kWriting, kWriting,  kPastEnd,  kPastEnd,        1,        1, kNotOpenR}},
     {{reads<short>("read short"), reads<unsigned short>("read unsigned short")},
-        {       2,        2, kWriting, kWriting,  kBeyond,  kBeyond,        2,        2, kNotOpenR}},
+        {       2,        2, kWriting, kWriting,  kPastEnd,  kPastEnd,        2,        2, kNotOpenR}},
     {{reads<int>("read int"), reads<unsigned int>("read unsigned int"), reads<float>("read float")},
-        {       4,        4, kWriting, kWriting,  kBeyond,  kBeyond,        4,        4, kNotOpenR}},
+        {       4,        4, kWriting, kWriting,  kPastEnd,  kPastEnd,        4,        4, kNotOpenR}},
     {{reads<long>("read long"), reads<unsigned long>("read unsigned long"), reads<double>("read double"),
       reads<long long>("read long long"), reads<unsigned long long>("read unsigned long long")},
-        {       8,        8, kWriting, kWriting,  kBeyond,  kBeyond,        8,        8, kNotOpenR}},
+        {       8,        8, kWriting, kWriting,  kPastEnd,  kPastEnd,        8,        8, kNotOpenR}},
     {{reads<String>("read String"), reads<StringIO>("read StringIO"), reads<std::string>("read std::string")},
-        {       0,       11, kWriting, kWriting,  kBeyond,  kBeyond,       11,       11, kNotOpenR}},
+        {       0,       11, kWriting, kWriting,  kPastEnd,  kPastEnd,       11,       11, kNotOpenR}},
     {{{"read()", [](File& file) { return file.read() == "\x03"; }}},  // up to the first zero byte
         {       0,  kNoText, kWriting, kWriting,   kEmpty,   kEmpty,        0,        0, kNotOpenR}},
 

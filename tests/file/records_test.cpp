@@ -10,9 +10,6 @@ namespace {
 using namespace std::literals;
 using namespace math;
 
-constexpr auto kThird = Mode::ReadWrite;
-constexpr const char* kBeyond = "Attempted to read beyond file size.";
-
 using MathRecord = WithFiles;
 
 /// Calls `act(value, refusal)` with a value of each of the nine types, whose components are 1, 2, 3 ..., and the text

@@ -15,8 +15,6 @@ namespace {
 using namespace std::literals;
 using namespace math;
 
-constexpr auto kThird = Mode::ReadWrite;
-constexpr const char* kBeyond = "Attempted to read beyond file size.";
 constexpr const char* kPeekRefused = "File::peek() only supported in read mode.";
 constexpr std::uint64_t kTooMany = std::uint64_t{1} << 61;  // of 8 bytes: 2^64 bytes
 
@@ -35,22 +33,22 @@ std::vector<unsigned char> memoryOf(const std::vector<T>& values) {
 }
 
 /// What a write or a read gave: the result, the text, and where it left off.
-struct Outcome {
+struct Taken {
     bool done;
     std::string error;
     std::uint64_t pos;
 
-    friend bool operator==(const Outcome&, const Outcome&) = default;
-    friend std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
+    friend bool operator==(const Taken&, const Taken&) = default;
+    friend std::ostream& operator<<(std::ostream& out, const Taken& outcome) {
         return out << (outcome.done ? "true" : "false") << ", \"" << outcome.error << "\", pos " << outcome.pos;
     }
 };
 
-Outcome put(File& file, const BufRef& ref, bool compress = false) {
+Taken put(File& file, const BufRef& ref, bool compress = false) {
     const bool done = file.write(ref, compress);
     return {done, file.error().buf(), file.pos()};
 }
-Outcome take(File& file, const BufRef& ref) {
+Taken take(File& file, const BufRef& ref) {
     const bool done = file.read(ref);
     return {done, file.error().buf(), file.pos()};
 }
@@ -264,7 +262,7 @@ TEST_F(TypedArray, OfEveryTypeAndFormInABinaryFile) {
     forEveryCase([&](const Case& c) {
         std::string memory = someMemory();
         File file = writing();
-        EXPECT_EQ(put(file, c.ref(memory)), (Outcome{true, "", kItems * c.type.size}));
+        EXPECT_EQ(put(file, c.ref(memory)), (Taken{true, "", kItems * c.type.size}));
         ASSERT_TRUE(file.close());
         EXPECT_EQ(files.content("a"), Bytes{c.asBytes(memory)});
     });
@@ -277,8 +275,7 @@ TEST_F(TypedArray, OfEveryTypeAndFormInATextFile) {
         const std::string text = c.type.elemSize == 1 ? c.asBytes(memory) : c.asText(memory);
         const std::string expected = isPtr ? std::string(kItems - 1, ' ') : text;
         File file = writing(Format::Text);
-        EXPECT_EQ(put(file, c.ref(memory)),
-                  (Outcome{!isPtr, isPtr ? "Invalid typeElemType: Ptr" : "", expected.size()}));
+        EXPECT_EQ(put(file, c.ref(memory)), (Taken{!isPtr, isPtr ? "Invalid typeElemType: Ptr" : "", expected.size()}));
         ASSERT_TRUE(file.close());
         EXPECT_EQ(files.content("a"), Bytes{expected});
     });
@@ -292,7 +289,7 @@ TEST_F(TypedArray, OfEveryTypeAndFormInTheThirdModeIsText) {
         const std::uint64_t size = (c.type.elemSize == 1 ? c.asBytes(memory) : c.asText(memory)).size();
         for (const Format format : {Format::Binary, Format::Text}) {
             File file = writing(format, kThird);
-            EXPECT_EQ(put(file, c.ref(memory)), (Outcome{true, "", size}));
+            EXPECT_EQ(put(file, c.ref(memory)), (Taken{true, "", size}));
         }
     });
 }
@@ -312,7 +309,7 @@ TEST_F(TypedArray, OfEveryTypeAndFormCompressed) {
             std::string expected = back;
             expected.replace(c.form.offset, bytes.size(), bytes);
             File file = reading(block.raw, format);
-            EXPECT_EQ(take(file, c.ref(back)), (Outcome{true, "", block.raw.size()}));
+            EXPECT_EQ(take(file, c.ref(back)), (Taken{true, "", block.raw.size()}));
             EXPECT_EQ(Bytes{back}, Bytes{expected});
         }
     });
@@ -331,7 +328,7 @@ TEST_F(TypedArray, OfEveryTypeAndFormReadFromABinaryFile) {
         }
         File file = reading(content);
         EXPECT_EQ(take(file, c.ref(memory)),
-                  refused ? (Outcome{false, "Invalid typeElemSize: 1", 0}) : (Outcome{true, "", content.size() - 1}));
+                  refused ? (Taken{false, "Invalid typeElemSize: 1", 0}) : (Taken{true, "", content.size() - 1}));
         EXPECT_EQ(Bytes{memory}, Bytes{expected});
     });
 }
@@ -369,7 +366,7 @@ TEST_F(TypedArray, OfEveryTypeAndFormReadFromATextFile) {
         for (const Mode mode : {Mode::Read, kSeven}) {
             std::string back = memory;
             File file = reading(content, Format::Text, mode);
-            const Outcome outcome = take(file, c.ref(back));
+            const Taken outcome = take(file, c.ref(back));
             EXPECT_EQ(outcome.done, elem != "Ptr");
             EXPECT_EQ(outcome.pos, consumed);
             const std::string left = c.type.elemSize == 1 && mode != Mode::Read ? kPeekRefused : "";
@@ -407,7 +404,7 @@ TEST_F(TypedArray, TwoVec3fAre24BytesAndComeBack) {
     EXPECT_EQ(bytes, "00 00 80 3f 00 00 00 40 00 00 40 40   00 00 00 80 cd cc cc 3d ca f2 49 71"_bytes);
     std::vector<Vec3f> back(2);
     File file = reading(bytes.raw);
-    EXPECT_EQ(take(file, refTo(back)), (Outcome{true, "", 24}));
+    EXPECT_EQ(take(file, refTo(back)), (Taken{true, "", 24}));
     EXPECT_EQ(memoryOf(back), memoryOf(values));
 }
 
@@ -417,7 +414,7 @@ TEST_F(TypedArray, OfAggregatesComesBackFromTextAsItsScalars) {
     const Bytes text = written(Format::Text, [&](File& file) { file << refTo(values); });
     std::vector<Mat3d> back(2);
     File file = reading(text.raw, Format::Text);
-    EXPECT_EQ(take(file, bufRef(scalarsOf(std::span(back)))), (Outcome{true, kBeyond, text.raw.size()}));
+    EXPECT_EQ(take(file, bufRef(scalarsOf(std::span(back)))), (Taken{true, kBeyond, text.raw.size()}));
     EXPECT_EQ(back, values);
 }
 
@@ -429,7 +426,7 @@ TEST_F(TypedArray, MayBeginBeforeItsPointerAtAnyAddress) {
             .ptr = memory.data() + 16 + shift, .type = DataType::Int32, .count = 3, .stride = 5, .offset = minus(8)};
         const std::string content = "\1\2\3\4\5\6\7\10\11\12\13\14";
         File file = reading(content);
-        EXPECT_EQ(take(file, ref), (Outcome{true, "", 12}));
+        EXPECT_EQ(take(file, ref), (Taken{true, "", 12}));
         EXPECT_EQ(std::count(memory.begin(), memory.end(), 0xee), 40 - 12);
         EXPECT_EQ(memory[8 + shift], isLittleEndian ? 1 : 4);
         EXPECT_EQ(memory[8 + shift + 10 + 3], isLittleEndian ? 12 : 9);
@@ -501,10 +498,10 @@ TEST_F(TypedArray, ThatIsNoneIsNotMoved) {
         SCOPED_TRACE(none.why);
         for (const Format format : {Format::Binary, Format::Text}) {
             File file = writing(format);
-            EXPECT_EQ(put(file, none.ref), (Outcome{false, none.error, 0}));
-            EXPECT_EQ(put(file, none.ref, true), (Outcome{false, none.error, 0}));
+            EXPECT_EQ(put(file, none.ref), (Taken{false, none.error, 0}));
+            EXPECT_EQ(put(file, none.ref, true), (Taken{false, none.error, 0}));
             file = reading("1 2 3", format);
-            EXPECT_EQ(take(file, none.ref), (Outcome{false, none.error, 0}));
+            EXPECT_EQ(take(file, none.ref), (Taken{false, none.error, 0}));
         }
     }
 }
@@ -512,12 +509,12 @@ TEST_F(TypedArray, ThatIsNoneIsNotMoved) {
 TEST_F(TypedArray, IsNotLookedAtInAFileOfTheOtherMode) {
     for (const None& none : kindsOfNone()) {
         File file;
-        EXPECT_EQ(put(file, none.ref), (Outcome{false, "File not successfully opened, cannot write.", 0}));
-        EXPECT_EQ(take(file, none.ref), (Outcome{false, "File not successfully opened, cannot read.", 0}));
+        EXPECT_EQ(put(file, none.ref), (Taken{false, "File not successfully opened, cannot write.", 0}));
+        EXPECT_EQ(take(file, none.ref), (Taken{false, "File not successfully opened, cannot read.", 0}));
         file = reading("abc");
-        EXPECT_EQ(put(file, none.ref), (Outcome{false, "Cannot write while in read mode.", 0}));
+        EXPECT_EQ(put(file, none.ref), (Taken{false, "Cannot write while in read mode.", 0}));
         file = writing();
-        EXPECT_EQ(take(file, none.ref), (Outcome{false, "Cannot write while in write mode.", 0}));
+        EXPECT_EQ(take(file, none.ref), (Taken{false, "Cannot write while in write mode.", 0}));
     }
 }
 
@@ -527,9 +524,9 @@ TEST_F(TypedArray, OfPointersInATextFileIsTheSpacesBetweenThem) {
     std::vector<std::uint64_t> addresses(3);
     BufRef ref = {.ptr = addresses.data(), .type = DataType::Ptr, .count = 3};
     File file = writing(Format::Text);
-    EXPECT_EQ(put(file, ref), (Outcome{false, "Invalid typeElemType: Ptr", 2}));
+    EXPECT_EQ(put(file, ref), (Taken{false, "Invalid typeElemType: Ptr", 2}));
     ref.count = 1;
-    EXPECT_EQ(put(file, ref), (Outcome{false, "Invalid typeElemType: Ptr", 2}));
+    EXPECT_EQ(put(file, ref), (Taken{false, "Invalid typeElemType: Ptr", 2}));
     ASSERT_TRUE(file.close());
     EXPECT_EQ(files.content("a").raw, "  ");
 }
@@ -538,7 +535,7 @@ TEST_F(TypedArray, OfPointersFromATextFileTakesItsTokens) {
     std::vector<std::uint64_t> addresses = {5, 6};
     File file = reading("1 2 3", Format::Text);
     const BufRef ref = {.ptr = addresses.data(), .type = DataType::Ptr, .count = 2};
-    EXPECT_EQ(take(file, ref), (Outcome{false, "Invalid typeElemType: Ptr", 4}));
+    EXPECT_EQ(take(file, ref), (Taken{false, "Invalid typeElemType: Ptr", 4}));
     EXPECT_EQ(addresses, (std::vector<std::uint64_t>{5, 6}));
 }
 
@@ -557,23 +554,23 @@ TEST_F(TypedArray, OfAnUnknownFormatIsText) {
     std::vector<int> values = {1, 2};
     EXPECT_EQ(written(static_cast<Format>(2), [&](File& file) { file << refTo(values); }).raw, "1 2");
     File file = reading("3 4 ", static_cast<Format>(2));
-    EXPECT_EQ(take(file, refTo(values)), (Outcome{true, "", 4}));
+    EXPECT_EQ(take(file, refTo(values)), (Taken{true, "", 4}));
     EXPECT_EQ(values, (std::vector<int>{3, 4}));
 }
 
 TEST_F(TypedArray, OfBytesInAnyModeButReadLeavesThePeeksRefusal) {
     std::vector<unsigned char> values(3);
     File file = reading("abc", Format::Binary, kSeven);
-    EXPECT_EQ(take(file, refTo(values)), (Outcome{true, kPeekRefused, 3}));
+    EXPECT_EQ(take(file, refTo(values)), (Taken{true, kPeekRefused, 3}));
     EXPECT_EQ(values, (std::vector<unsigned char>{'a', 'b', 'c'}));
-    EXPECT_EQ(take(file, refTo(values)), (Outcome{false, kBeyond, 3}));
+    EXPECT_EQ(take(file, refTo(values)), (Taken{false, kBeyond, 3}));
 }
 
 // No block is looked for there, so a dot is a byte.
 TEST_F(TypedArray, OfBytesInAnyModeButReadMayBeginWithADot) {
     std::vector<unsigned char> values(3);
     File file = reading(".1.", Format::Binary, kSeven);
-    EXPECT_EQ(take(file, refTo(values)), (Outcome{true, kPeekRefused, 3}));
+    EXPECT_EQ(take(file, refTo(values)), (Taken{true, kPeekRefused, 3}));
     EXPECT_EQ(values, (std::vector<unsigned char>{'.', '1', '.'}));
 }
 
@@ -581,7 +578,7 @@ TEST_F(TypedArray, OfBytesWithGapsInAnyModeButReadIsText) {
     std::vector<unsigned char> values(4, 9);
     File file = reading("7 8 ", Format::Binary, kSeven);
     EXPECT_EQ(take(file, {.ptr = values.data(), .type = DataType::Byte, .count = 2, .stride = 2}),
-              (Outcome{true, kPeekRefused, 4}));
+              (Taken{true, kPeekRefused, 4}));
     EXPECT_EQ(values, (std::vector<unsigned char>{7, 8, 9, 9}));
 }
 
@@ -593,7 +590,7 @@ TEST_F(TypedArray, OfBytesThatBeginsWithADotIsTakenForABlock) {
     EXPECT_EQ(bytes.raw, ".abc");
     File file = reading(bytes.raw);
     EXPECT_EQ(take(file, refTo(values)),
-              (Outcome{false, "Decompression failed attempting to read Byte[4] using stride 1.", 2}));
+              (Taken{false, "Decompression failed attempting to read Byte[4] using stride 1.", 2}));
     EXPECT_EQ(values, (std::vector<unsigned char>{'.', 'a', 'b', 'c'}));
 }
 
@@ -603,7 +600,7 @@ TEST_F(TypedArray, OfCompressedBytesIsRestoredPacked) {
     std::vector<unsigned char> memory(16, 0xee);
     File file = reading(block.raw);
     EXPECT_EQ(take(file, {.ptr = memory.data(), .type = DataType::Rgba8, .count = 2, .stride = 8, .offset = 1}),
-              (Outcome{true, "", block.raw.size()}));
+              (Taken{true, "", block.raw.size()}));
     EXPECT_EQ(Bytes{std::string(memory.begin(), memory.end())},
               "ee 01 02 03 04 05 06 07 08 ee ee ee ee ee ee ee"_bytes);
 }
@@ -633,7 +630,7 @@ TEST_F(TypedArray, OfCompressedBytesGivesEachItemItsShare) {
         std::string memory(10, '-');
         File file = reading(block.raw);
         EXPECT_EQ(take(file, {.ptr = memory.data(), .type = share.type, .count = share.count}),
-                  (Outcome{true, "", block.raw.size()}));
+                  (Taken{true, "", block.raw.size()}));
         EXPECT_EQ(memory, share.memory);
     }
 }
@@ -658,7 +655,7 @@ TEST_F(TypedArray, OfBytesWithGapsCannotBeReadFromABinaryFile) {
     std::vector<unsigned char> values(4, 9);
     File file = reading("abcd");
     EXPECT_EQ(take(file, {.ptr = values.data(), .type = DataType::Byte, .count = 2, .stride = 2}),
-              (Outcome{false, "Invalid typeElemSize: 1", 0}));
+              (Taken{false, "Invalid typeElemSize: 1", 0}));
     EXPECT_EQ(values, (std::vector<unsigned char>{9, 9, 9, 9}));
 }
 
@@ -669,16 +666,16 @@ TEST_F(TypedArray, OfBytesBeginsWithAPeek) {
     char first;
     file >> first;
     EXPECT_FALSE(file.write('x'));
-    EXPECT_EQ(take(file, refTo(values)), (Outcome{true, "", 3}));
+    EXPECT_EQ(take(file, refTo(values)), (Taken{true, "", 3}));
     EXPECT_EQ(values, (std::vector<unsigned char>{'b', 'c'}));
-    EXPECT_EQ(take(file, refTo(values)), (Outcome{false, kBeyond, 3}));
+    EXPECT_EQ(take(file, refTo(values)), (Taken{false, kBeyond, 3}));
     EXPECT_EQ(values, (std::vector<unsigned char>{'b', 'c'}));
 }
 
 TEST_F(TypedArray, OfABoolTakesWhateverByteThereIs) {
     std::string memory(3, '-');
     File file = reading("\0\1\xc8"sv);
-    EXPECT_EQ(take(file, {.ptr = memory.data(), .type = DataType::Bool, .count = 3}), (Outcome{true, "", 3}));
+    EXPECT_EQ(take(file, {.ptr = memory.data(), .type = DataType::Bool, .count = 3}), (Taken{true, "", 3}));
     EXPECT_EQ(memory, "\0\1\xc8"sv);
 }
 
@@ -688,7 +685,7 @@ TEST_F(TypedArray, OfABoolTakesWhateverByteThereIs) {
 TEST_F(TypedArray, OfAShortBinaryFileKeepsTheScalarsThatWereThere) {
     std::vector<std::int32_t> values(4, -1);
     File file = reading("\1\0\0\0\2\0\0\0\3\0"sv);
-    EXPECT_EQ(take(file, refTo(values)), (Outcome{false, kBeyond, 8}));
+    EXPECT_EQ(take(file, refTo(values)), (Taken{false, kBeyond, 8}));
     EXPECT_EQ(values, (std::vector<std::int32_t>{1, 2, -1, -1}));
     short rest = 0;
     EXPECT_TRUE(file.read(rest));
@@ -700,8 +697,8 @@ TEST_F(TypedArray, OfAnEmptyFileIsNotThere) {
     std::vector<unsigned char> bytes(2, 9);
     for (const Format format : {Format::Binary, Format::Text}) {
         File file = reading("", format);
-        EXPECT_EQ(take(file, refTo(values)), (Outcome{false, kBeyond, 0}));
-        EXPECT_EQ(take(file, refTo(bytes)), (Outcome{false, kBeyond, 0}));
+        EXPECT_EQ(take(file, refTo(values)), (Taken{false, kBeyond, 0}));
+        EXPECT_EQ(take(file, refTo(bytes)), (Taken{false, kBeyond, 0}));
     }
     EXPECT_EQ(values, (std::vector<std::int32_t>{-1, -1}));
     EXPECT_EQ(bytes, (std::vector<unsigned char>{9, 9}));
@@ -711,7 +708,7 @@ TEST_F(TypedArray, OfBytesThatAreTooFewChangesNothingThatLiesInOneChunk) {
     std::vector<unsigned char> values(4, 9);
     for (const Format format : {Format::Binary, Format::Text}) {
         File file = reading("abc", format);
-        EXPECT_EQ(take(file, refTo(values)), (Outcome{false, kBeyond, 0}));
+        EXPECT_EQ(take(file, refTo(values)), (Taken{false, kBeyond, 0}));
         EXPECT_EQ(values, (std::vector<unsigned char>{9, 9, 9, 9}));
     }
 }
@@ -735,9 +732,9 @@ TEST_F(TypedArray, WhoseBytesCannotBeCountedIsNotWritten) {
              {BufRef{&value, DataType::Int64, kTooMany}, BufRef{&value, DataType::Ptr, ~0ull},
               BufRef{&value, DataType::Rgba8, kTooMany * 2}, BufRef{&value, DataType::Rgb8, ~0ull, 1}}) {
             File file = writing(format);
-            EXPECT_EQ(put(file, ref), (Outcome{false, "Fwrite failed. Requested 0, read 0.", 0}));
+            EXPECT_EQ(put(file, ref), (Taken{false, "Fwrite failed. Requested 0, read 0.", 0}));
             file << 'a';
-            EXPECT_EQ(put(file, ref, true), (Outcome{false, "Fwrite failed. Requested 0, read 0.", 1}));
+            EXPECT_EQ(put(file, ref, true), (Taken{false, "Fwrite failed. Requested 0, read 0.", 1}));
             EXPECT_TRUE(file.close());
             EXPECT_EQ(files.content("a").raw, "a");
         }
@@ -749,15 +746,15 @@ TEST_F(TypedArray, WhoseBytesCannotBeCountedIsBeyondAnyBinaryFile) {
     File file = reading(pattern(2 * kMiB));
     char first;
     file >> first;
-    EXPECT_EQ(take(file, {&value, DataType::Int64, kTooMany}), (Outcome{false, kBeyond, 1}));
-    EXPECT_EQ(take(file, {&value, DataType::Rgba8, kTooMany * 2}), (Outcome{false, kBeyond, 1}));
+    EXPECT_EQ(take(file, {&value, DataType::Int64, kTooMany}), (Taken{false, kBeyond, 1}));
+    EXPECT_EQ(take(file, {&value, DataType::Rgba8, kTooMany * 2}), (Taken{false, kBeyond, 1}));
     EXPECT_EQ(value, 7u);
 }
 
 TEST_F(TypedArray, OfMoreBytesThanThereAreIsNotRead) {
     unsigned char byte = 7;
     File file = reading("abc");
-    EXPECT_EQ(take(file, {&byte, DataType::Byte, ~0ull}), (Outcome{false, kBeyond, 0}));
+    EXPECT_EQ(take(file, {&byte, DataType::Byte, ~0ull}), (Taken{false, kBeyond, 0}));
     EXPECT_EQ(byte, 7);
 }
 
@@ -766,7 +763,7 @@ TEST_F(TypedArray, OfMoreBytesThanThereAreIsNotRead) {
 TEST_F(TypedArray, ThatEndsATextFileIsReadAndLeavesTheText) {
     std::vector<int> values(3);
     File file = reading("1 2 3", Format::Text);
-    EXPECT_EQ(take(file, refTo(values)), (Outcome{true, kBeyond, 5}));
+    EXPECT_EQ(take(file, refTo(values)), (Taken{true, kBeyond, 5}));
     EXPECT_EQ(values, (std::vector<int>{1, 2, 3}));
     EXPECT_TRUE(file.eof());
 }
@@ -774,20 +771,20 @@ TEST_F(TypedArray, ThatEndsATextFileIsReadAndLeavesTheText) {
 TEST_F(TypedArray, ThatEndsWithASpaceLeavesNoText) {
     std::vector<int> values(3);
     File file = reading("1 2 3 ", Format::Text);
-    EXPECT_EQ(take(file, refTo(values)), (Outcome{true, "", 6}));
+    EXPECT_EQ(take(file, refTo(values)), (Taken{true, "", 6}));
 }
 
 TEST_F(TypedArray, OfAShortTextFileIsFalseAndKeepsTheNumbersThatWereThere) {
     std::vector<int> values(5, -1);
     File file = reading("1 2 3", Format::Text);
-    EXPECT_EQ(take(file, refTo(values)), (Outcome{false, kBeyond, 5}));
+    EXPECT_EQ(take(file, refTo(values)), (Taken{false, kBeyond, 5}));
     EXPECT_EQ(values, (std::vector<int>{1, 2, 3, -1, -1}));
 }
 
 TEST_F(TypedArray, AsksForANumberBehindTheLastSpaceOfATextFile) {
     std::vector<int> values(2, -1);
     File file = reading("x ", Format::Text);
-    EXPECT_EQ(take(file, refTo(values)), (Outcome{false, kBeyond, 2}));
+    EXPECT_EQ(take(file, refTo(values)), (Taken{false, kBeyond, 2}));
     EXPECT_EQ(values, (std::vector<int>{-1, -1}));
 }
 
@@ -801,7 +798,7 @@ TEST_F(TypedArray, FromATextFileKnowsNeitherOffsetNorStride) {
 TEST_F(TypedArray, FromATextFileFillsTheFirstScalarOfEachItem) {
     std::vector<Vec3i> values(2, Vec3i(7, 8, 9));
     File file = reading("1 2 3 4 5 6", Format::Text);
-    EXPECT_EQ(take(file, refTo(values)), (Outcome{true, "", 4}));
+    EXPECT_EQ(take(file, refTo(values)), (Taken{true, "", 4}));
     EXPECT_EQ(values, (std::vector<Vec3i>{Vec3i(1, 8, 9), Vec3i(2, 8, 9)}));
 }
 
@@ -834,7 +831,7 @@ TEST_F(TypedArray, TokensArePartedBySingleSpacesAlone) {
         SCOPED_TRACE(std::string(text.text));
         std::vector<std::int32_t> values(3, -1);
         File file = reading(text.text, Format::Text);
-        EXPECT_EQ(take(file, refTo(values)), (Outcome{text.done, "", text.pos}));
+        EXPECT_EQ(take(file, refTo(values)), (Taken{text.done, "", text.pos}));
         EXPECT_EQ(values, text.values);
     }
 }
@@ -879,7 +876,7 @@ TEST_F(TypedArray, OfATrillionNumbersFromAShortTextFileEndsAtOnce) {
         std::vector<int> values(10, -1);
         File file = reading(content, Format::Text);
         EXPECT_EQ(take(file, {values.data(), DataType::Int32, std::uint64_t{1} << 40}),
-                  (Outcome{false, kBeyond, std::string(content).size()}));
+                  (Taken{false, kBeyond, std::string(content).size()}));
         EXPECT_EQ(values[4], *content ? 56 : -1);
         EXPECT_EQ(values[5], -1);
         EXPECT_FALSE(file.read({values.data(), DataType::Ptr, std::uint64_t{1} << 40}));
@@ -892,7 +889,7 @@ TEST_F(TypedArray, OfATrillionScalarsFromAShortBinaryFileEndsAtOnce) {
         std::vector<int> values(3, -1);
         File file = reading(std::string(size, '\0'), Format::Binary);
         EXPECT_EQ(take(file, {values.data(), DataType::Int32, std::uint64_t{1} << 40}),
-                  (Outcome{false, kBeyond, size / 4 * 4}));
+                  (Taken{false, kBeyond, size / 4 * 4}));
         EXPECT_EQ(values, (size == 10 ? std::vector{0, 0, -1} : std::vector{-1, -1, -1}));
     }
 }
@@ -912,7 +909,7 @@ TEST_F(TypedArray, OfATrillionNumbersFromAFolderEndsAtOnce) {
 TEST_F(TypedArray, ATokenMayBeLongerThanAChunk) {
     std::vector<double> values(3, -1);
     File file = reading("1." + std::string(2 * kMiB, '0') + " " + std::string(kMiB, '9') + "x 3 ", Format::Text);
-    EXPECT_EQ(take(file, refTo(values)), (Outcome{false, "", 3 * kMiB + 7}));
+    EXPECT_EQ(take(file, refTo(values)), (Taken{false, "", 3 * kMiB + 7}));
     EXPECT_EQ(values, (std::vector<double>{1, -1, 3}));
 }
 
@@ -955,7 +952,7 @@ TEST_F(TypedArray, OfTextIsWholeWhereverTheBufferEnds) {
         std::vector<unsigned char> skipped(before.size());
         std::vector<double> back(3);
         EXPECT_TRUE(file.read(skipped, Compression::None));
-        EXPECT_EQ(take(file, refTo(back)), (Outcome{true, kBeyond, before.size() + stored.size()}));
+        EXPECT_EQ(take(file, refTo(back)), (Taken{true, kBeyond, before.size() + stored.size()}));
         EXPECT_EQ(back, values);
     }
 }
@@ -979,7 +976,7 @@ TEST_F(TypedArray, LongerThanTheBufferComesBack) {
 TEST_F(TypedArray, AsLongAsTheBufferIsStagedAndNotSpilled) {
     std::vector<std::int32_t> values(kMiB / 4, 7);
     File file = writing();
-    EXPECT_EQ(put(file, refTo(values)), (Outcome{true, "", kMiB}));
+    EXPECT_EQ(put(file, refTo(values)), (Taken{true, "", kMiB}));
     EXPECT_EQ(files.content("a").raw.size(), 0u);
     file << 'x';
     EXPECT_EQ(files.content("a").raw.size(), kMiB);
@@ -991,7 +988,7 @@ TEST_F(TypedArray, AsLongAsTheBufferIsStagedAndNotSpilled) {
 TEST_F(TypedArray, OnAFullDiskKeepsTheScalarsThatTheBufferHolds) {
     std::vector<double> values(kMiB / 8 + 1, 1.5);
     File file = opened("/dev/full", Mode::Write, Format::Binary);
-    EXPECT_EQ(put(file, refTo(values)), (Outcome{false, "Fwrite failed. Requested 1048576, read 0.", kMiB}));
+    EXPECT_EQ(put(file, refTo(values)), (Taken{false, "Fwrite failed. Requested 1048576, read 0.", kMiB}));
     EXPECT_FALSE(file.close());
     EXPECT_EQ(file.error(), "Fclose failed.");
 }
@@ -999,7 +996,7 @@ TEST_F(TypedArray, OnAFullDiskKeepsTheScalarsThatTheBufferHolds) {
 TEST_F(TypedArray, OfTextWhoseLastNumberAFullDiskRefusesIsNotWritten) {
     std::vector<double> values(kMiB / 4 + 1, 1.5);  // "1.5 " fills the buffer but for the last
     File file = opened("/dev/full", Mode::Write, Format::Text);
-    EXPECT_EQ(put(file, refTo(values)), (Outcome{false, "Fwrite failed. Requested 1048576, read 0.", kMiB}));
+    EXPECT_EQ(put(file, refTo(values)), (Taken{false, "Fwrite failed. Requested 1048576, read 0.", kMiB}));
     EXPECT_FALSE(file.close());
 }
 
@@ -1007,7 +1004,7 @@ TEST_F(TypedArray, WithGapsThatBeginsWithTheBufferComesBack) {
     std::vector<Vertex> vertices(100000);
     for (std::size_t i = 0; i < vertices.size(); ++i) vertices[i].place = Vec3f(i, 2, -1.0 * static_cast<double>(i));
     File file = writing();
-    EXPECT_EQ(put(file, bufRef(std::span(vertices), &Vertex::place)), (Outcome{true, "", vertices.size() * 12}));
+    EXPECT_EQ(put(file, bufRef(std::span(vertices), &Vertex::place)), (Taken{true, "", vertices.size() * 12}));
     ASSERT_TRUE(file.close());
     std::vector<Vec3f> back(vertices.size());
     file = opened(files.path("a"), Mode::Read, Format::Binary);

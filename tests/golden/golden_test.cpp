@@ -15,10 +15,7 @@ namespace {
 
 const std::string kFolder = QOR_GOLDEN_FILES;
 
-Bytes contentOf(const std::string& name) {
-    std::ifstream in(kFolder + "/" + name, std::ios::binary);
-    return {std::string(std::istreambuf_iterator<char>(in), {})};
-}
+Bytes kept(const std::string& name) { return contentOf(kFolder + "/" + name); }
 
 using GoldenFiles = WithFiles;
 
@@ -29,8 +26,8 @@ TEST_F(GoldenFiles, AreWrittenByteForByte) {
         SCOPED_TRACE(golden.name);
         EXPECT_TRUE(writeGolden(files.path(""), golden));
         const Bytes bytes = files.content(golden.name);
-        EXPECT_EQ(bytes, contentOf(golden.name));
-        if (bytes == contentOf(golden.name)) ++identical;
+        EXPECT_EQ(bytes, kept(golden.name));
+        if (bytes == kept(golden.name)) ++identical;
     }
     figure("golden files that are written byte for byte", identical, 40);
 }
@@ -55,7 +52,7 @@ TEST_F(GoldenFiles, AreAllInTheCatalogueOnce) {
 // A reader that took everything for right would let all of the above pass.
 TEST_F(GoldenFiles, WhoseLastByteIsAnotherAreToldApart) {
     for (const Golden& golden : goldens()) {
-        std::string bytes = contentOf(golden.name).raw;
+        std::string bytes = kept(golden.name).raw;
         bytes.back() = static_cast<char>(bytes.back() ^ 0x15);
         files.make(golden.name, bytes);
         EXPECT_FALSE(readGolden(files.path(""), golden)) << golden.name;
@@ -64,7 +61,7 @@ TEST_F(GoldenFiles, WhoseLastByteIsAnotherAreToldApart) {
 
 // Deliberate: the memory parsers take the lengths of a header in the host's byte order, not in the file's.
 TEST_F(GoldenFiles, HaveBlocksWhoseLengthsTheMemoryParsersDoNotTurn) {
-    const std::string raw = contentOf("block_zlib_sentence").raw;
+    const std::string raw = kept("block_zlib_sentence").raw;
     const auto* const block = reinterpret_cast<const unsigned char*>(raw.data());
     Compression kind;
     unsigned long payloadSize = 0;

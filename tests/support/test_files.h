@@ -7,10 +7,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "qor/file/qor_file.h"
 
@@ -52,6 +53,13 @@ inline Bytes operator""_bytes(const char* text, std::size_t size) {
     return bytes;
 }
 
+/// The bytes of a file; none if it cannot be read.
+inline Bytes contentOf(const std::filesystem::path& path) {
+    std::ostringstream bytes;
+    bytes << std::ifstream(path, std::ios::binary).rdbuf();
+    return {std::move(bytes).str()};
+}
+
 /// A folder that is there for one test and gone after it.
 class TestFolder {
  public:
@@ -80,10 +88,7 @@ class TestFolder {
         return path(name);
     }
 
-    Bytes content(std::string_view name) const {
-        std::ifstream in(path(name), std::ios::binary);
-        return {std::string(std::istreambuf_iterator<char>(in), {})};
-    }
+    Bytes content(std::string_view name) const { return contentOf(path(name)); }
 
  private:
     std::filesystem::path folder;

@@ -28,8 +28,8 @@ namespace {
 
 using nlohmann::ordered_json;
 
-constexpr const char* kDescription = "Show what a binary file holds";
-constexpr const char* kFooter =
+constexpr const char* kShowDescription = "Show what a binary file holds";
+constexpr const char* kShowFooter =
     R"(A layout names what follows what, as NAME:TYPE or NAME:TYPE[COUNT], with a comma or a line end between any two:
 
     title:String, toMap:Mat3d, n:UInt64, xy:Vec2i[n]
@@ -54,7 +54,7 @@ constexpr std::size_t kTextShown = 60;
 
 constexpr std::uint64_t kHexWidth = 16;
 
-struct Options {
+struct ShowOptions {
     std::string file;
     std::optional<std::string> as;
     std::optional<std::string> layoutFile;
@@ -252,7 +252,7 @@ void printHex(qor::File& file, const ordered_json& report, const std::string& pa
 
 // ---- The command ----------------------------------------------------------------------------------------------------
 
-int show(const Options& options) {
+int show(const ShowOptions& options) {
     if (options.as.has_value() == options.layoutFile.has_value()) {
         complain("show wants one layout: --as LAYOUT, or --layout FILE");
         return kWrongUsage;
@@ -299,9 +299,9 @@ int show(const Options& options) {
 }  // namespace
 
 void addShowCommand(CLI::App& app, Run& run) {
-    const auto options = std::make_shared<Options>();
-    CLI::App* const command = app.add_subcommand("show", kDescription);
-    command->footer(kFooter);
+    const auto options = std::make_shared<ShowOptions>();
+    CLI::App* const command = app.add_subcommand("show", kShowDescription);
+    command->footer(kShowFooter);
     const CLI::Validator isPath([](const std::string& path) { return path.empty() ? "an empty path" : ""; }, "");
     command->add_option("FILE", options->file, "The file")->type_name("")->required()->check(isPath);
     command->add_option("--as", options->as, "The layout of the file")->type_name("LAYOUT");

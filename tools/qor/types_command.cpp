@@ -13,8 +13,8 @@
 namespace tool {
 namespace {
 
-constexpr const char* kDescription = "Show the element types that an array can have";
-constexpr const char* kFooter =
+constexpr const char* kTypesDescription = "Show the element types that an array can have";
+constexpr const char* kTypesFooter =
     "A value of a type is `count` scalars of its element type, one after the other, and `size` bytes.\n"
     "Exit codes: 0 all well, 2 wrong usage, 3 cannot write.";
 
@@ -47,8 +47,8 @@ std::string tableOf(const nlohmann::ordered_json& rows) {
 
 void addTypesCommand(CLI::App& app, Run& run) {
     const auto isForPrograms = std::make_shared<bool>(false);
-    CLI::App* const command = app.add_subcommand("types", kDescription);
-    command->footer(kFooter);
+    CLI::App* const command = app.add_subcommand("types", kTypesDescription);
+    command->footer(kTypesFooter);
     command->add_flag("--json", *isForPrograms, "Print JSON, for programs");
     command->callback([isForPrograms, &run] {
         run = [isForPrograms] {

@@ -33,15 +33,15 @@ constexpr const char* kDefaultFolder = "out";
 constexpr const char* kSvgName = "world.svg";
 constexpr const char* kPngName = "world.png";
 
-constexpr const char* kDescription = "Store the world's countries, read them back, compare, and draw a map";
-constexpr const char* kFooter =
+constexpr const char* kWorldDescription = "Store the world's countries, read them back, compare, and draw a map";
+constexpr const char* kWorldFooter =
     "Writes the countries, a colour for each and a thumbnail in every form: as world.qbin (binary), world.txt with\n"
     "names.txt (text), and as compressed blocks in world.lz4.qbin, world.zlib.qbin, world.zstd.qbin and\n"
     "world.zstd.txt. Reads each form back, compares every value with the source, and draws world.svg and world.png\n"
     "from what was read. Only a run in which all is well changes any file.\n"
     "Exit codes: 0 all well, 1 a value differs, 2 wrong usage, 3 cannot read or write.";
 
-struct Options {
+struct WorldOptions {
     std::optional<std::string> file;
     std::optional<std::string> folder;
     std::optional<std::string> checked;
@@ -241,9 +241,9 @@ int store(const Folder& folder, bool mayReplace, const std::string& file) {
 }  // namespace
 
 void addWorldCommand(CLI::App& app, Run& run) {
-    const auto options = std::make_shared<Options>();
-    CLI::App* const command = app.add_subcommand("world", kDescription);
-    command->footer(kFooter);
+    const auto options = std::make_shared<WorldOptions>();
+    CLI::App* const command = app.add_subcommand("world", kWorldDescription);
+    command->footer(kWorldFooter);
     const CLI::Validator isPath([](const std::string& path) { return path.empty() ? "an empty path" : ""; }, "");
     command->add_option("FILE", options->file, "Countries as TopoJSON (default: those that come with qor)")
         ->type_name("")

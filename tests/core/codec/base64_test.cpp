@@ -9,13 +9,13 @@
 #include <string>
 #include <string_view>
 
+#include "core/codec/noise.h"
+
 namespace qor::test {
 namespace {
 
 using namespace std::string_literals;
 using namespace std::string_view_literals;
-
-impl::Bytes view(std::string_view text) { return {reinterpret_cast<const unsigned char*>(text.data()), text.size()}; }
 
 std::string asString(const ds::Vector<unsigned char>& bytes) { return std::string(bytes.begin(), bytes.end()); }
 
@@ -48,16 +48,6 @@ std::string plainText(std::string_view bytes) {
     if (count > 0) text += kAlphabet[bits << (6 - count) & 63];
     while (text.size() % 4 != 0) text += '=';
     return text;
-}
-
-std::string noise(std::size_t size) {
-    std::string bytes(size, '\0');
-    std::uint32_t state = 7;
-    for (char& byte : bytes) {
-        state = static_cast<std::uint32_t>(state * std::uint64_t{48271} % 0x7FFFFFFF);
-        byte = static_cast<char>(state >> 8);
-    }
-    return bytes;
 }
 
 struct Pair {

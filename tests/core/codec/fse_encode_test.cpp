@@ -108,7 +108,7 @@ TEST(FseDistribution, NoRowWouldDoMuchBetterElsewhere) {
     }
 }
 
-std::string described(const Distribution& distribution) {
+std::string descriptionOf(const Distribution& distribution) {
     std::string bytes(impl::fse::kMostDescriptionBytes + 8, '\0');
     auto* const begin = reinterpret_cast<unsigned char*>(bytes.data());
     bytes.resize(static_cast<std::size_t>(impl::fse::writeDistribution(distribution, begin) - begin));
@@ -116,7 +116,7 @@ std::string described(const Distribution& distribution) {
 }
 
 ::testing::AssertionResult comesBack(const Distribution& distribution) {
-    const std::string bytes = described(distribution);
+    const std::string bytes = descriptionOf(distribution);
     if (bytes.size() > impl::fse::kMostDescriptionBytes) return ::testing::AssertionFailure() << "too long";
     const std::vector<unsigned char> exact(bytes.begin(), bytes.end());
     Distribution read;

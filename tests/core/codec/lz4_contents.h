@@ -73,7 +73,7 @@ inline std::string noise(std::size_t size, std::uint32_t seed = 1) {
 /// `size` bytes, of which each equals the one `period` before it; the first `period` are noise.
 inline std::string periodic(std::size_t size, std::size_t period) {
     std::string bytes = noise(std::min(size, period), static_cast<std::uint32_t>(period));
-    while (bytes.size() < size) bytes += bytes[bytes.size() - period];
+    while (bytes.size() < size) bytes.append(bytes, bytes.size() - period, std::min(period, size - bytes.size()));
     return bytes;
 }
 

@@ -218,7 +218,7 @@ TEST(Lz4Frame, EachBlockMayHoldTheLargestSizeAndNoMore) {
     }
 }
 
-struct Refused {
+struct RefusedFrame {
     std::string payload;
     std::uint64_t size;
     std::string_view reason;
@@ -238,7 +238,7 @@ TEST(Lz4Frame, DamagedFramesAreRefused) {
     const auto withHeader = [&](unsigned flags, unsigned blockSize) {
         return Frame(flags, blockSize, size).block(kAbc).end(content);
     };
-    const Refused kRefused[] = {
+    const RefusedFrame kRefused[] = {
         {"", size, "nothing"},
         {damaged(0), size, "another magic"},
         {withHeader(kOurs & ~kVersion, k64KiB), size, "version 0"},

@@ -250,14 +250,14 @@ TEST(Lz4Block, ManySequencesOfEveryShapeComeBack) {
     }
 }
 
-struct Refused {
+struct RefusedBlock {
     Bytes block;
     std::size_t size;
     std::string_view reason;
 };
 
 TEST(Lz4Block, DamagedBlocksAreRefused) {
-    const Refused kRefused[] = {
+    const RefusedBlock kRefused[] = {
         {""_bytes, 0, "no token"},
         {"30 61 62"_bytes, 3, "literals beyond the end"},
         {"f0"_bytes, 15, "a literal count that goes on, at the end"},

@@ -149,7 +149,9 @@ std::string repeating(std::size_t size, std::size_t reach) {
         for (int i = 0; i < 6; ++i) content += static_cast<char>(random());
         const std::size_t offset = 1 + random() % std::min(reach, content.size());
         const std::size_t n = 20 + random() % 400;
-        for (std::size_t i = 0; i < n; ++i) content += content[content.size() - offset];
+        for (std::size_t left = n; left > 0; left -= std::min(left, offset)) {
+            content.append(content, content.size() - offset, std::min(left, offset));
+        }
     }
     content.resize(size);
     return content;

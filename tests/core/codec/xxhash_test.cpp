@@ -8,10 +8,10 @@
 #include <string>
 #include <string_view>
 
+#include "core/codec/noise.h"
+
 namespace qor::test {
 namespace {
-
-impl::Bytes view(std::string_view text) { return {reinterpret_cast<const unsigned char*>(text.data()), text.size()}; }
 
 struct Known {
     std::string_view text;
@@ -29,17 +29,6 @@ constexpr Known kKnown[] = {
      "it was the epoch of belief, it was the epoch of incredulity",
      0xACDA325D, 0x135D491FE42AB6B9},
 };
-
-// Bytes without a pattern, the same in every run.
-std::string noise(std::size_t size) {
-    std::string bytes(size, '\0');
-    std::uint32_t state = 1;
-    for (char& byte : bytes) {
-        state = static_cast<std::uint32_t>(state * std::uint64_t{48271} % 0x7FFFFFFF);
-        byte = static_cast<char>(state >> 8);
-    }
-    return bytes;
-}
 
 // XXH32 as its description has it, one step after the other.
 std::uint32_t describedXxh32(std::string_view text) {
