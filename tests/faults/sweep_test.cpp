@@ -827,11 +827,11 @@ class Runs {
     explicit Runs(const Scenario& which) : scenario(which) {}
 
     /// Runs with each call failing in each way, and if there are to be two faults, with each of the next calls of every
-    /// function failing as well; of the first faults, takes those whose number, from `start`, `every` divides.
-    void sweep(std::size_t number, std::uint64_t every = 1, std::uint64_t start = 0) {
+    /// function failing as well; of the first faults, takes those whose turn, counted on, `every` divides. Returns
+    /// whose turn is next.
+    std::uint64_t sweep(std::size_t number, std::uint64_t every = 1, std::uint64_t turn = 0) {
         const Calls calls = run();
-        if (faults.size() == number || !difference.empty()) return;
-        std::uint64_t turn = start;
+        if (faults.size() == number || !difference.empty()) return turn;
         for (const Way& way : kWays) {
             if (failsEverAfter(way.call)) continue;
             const auto call = static_cast<std::size_t>(way.call);
@@ -842,11 +842,12 @@ class Runs {
                     if (turn++ % every != 0) continue;
                     faults.push_back({way, n, everAfter});
                     sweep(number);
-                    if (!difference.empty()) return;
+                    if (!difference.empty()) return turn;
                     faults.pop_back();
                 }
             }
         }
+        return turn;
     }
 
     /// How many runs there were with so many faults.
@@ -924,8 +925,8 @@ TEST(StdioFaults, LeaveTheLibraryAndTheModelAlike) {
     figure("stdio faults", injected, 5000);
 }
 
-// The scenarios are dealt out to several tests, so that several processors can run them. In most runs only some of the
-// pairs are taken.
+// The pairs are dealt out to several tests by the first of the two, so that several processors can run them. In most
+// runs only some of them are taken.
 constexpr std::uint64_t kParts = 4;
 
 class PairsOfStdioFaults : public ::testing::TestWithParam<std::uint64_t> {};
@@ -933,9 +934,10 @@ class PairsOfStdioFaults : public ::testing::TestWithParam<std::uint64_t> {};
 TEST_P(PairsOfStdioFaults, LeaveTheLibraryAndTheModelAlike) {
     const std::uint64_t eachOf = isThorough() ? 1 : isBrief() ? 401 : 101;
     std::uint64_t pairs = 0;
-    for (std::uint64_t i = GetParam(); i < scenarios().size(); i += kParts) {
-        Runs runs(scenarios()[i]);
-        runs.sweep(2, eachOf, i);
+    std::uint64_t turn = eachOf * GetParam();
+    for (const Scenario& scenario : scenarios()) {
+        Runs runs(scenario);
+        turn = runs.sweep(2, eachOf * kParts, turn);
         ASSERT_EQ(runs.found(), "");
         pairs += runs.with(2);
     }
