@@ -927,7 +927,7 @@ TEST(StdioFaults, LeaveTheLibraryAndTheModelAlike) {
 
 // The pairs are dealt out to several tests by the first of the two, so that several processors can run them. In most
 // runs only some of them are taken.
-constexpr std::uint64_t kParts = 4;
+constexpr std::uint64_t kParts = 5;
 
 class PairsOfStdioFaults : public ::testing::TestWithParam<std::uint64_t> {};
 
@@ -941,7 +941,8 @@ TEST_P(PairsOfStdioFaults, LeaveTheLibraryAndTheModelAlike) {
         ASSERT_EQ(runs.found(), "");
         pairs += runs.with(2);
     }
-    figure("pairs of stdio faults, part " + std::to_string(GetParam() + 1) + " of 4", pairs, rounds(100, 25'000));
+    figure("pairs of stdio faults, part " + std::to_string(GetParam() + 1) + " of " + std::to_string(kParts), pairs,
+           rounds(50, 20'000));
 }
 
 INSTANTIATE_TEST_SUITE_P(Part, PairsOfStdioFaults, ::testing::Range<std::uint64_t>(0, kParts));
