@@ -212,9 +212,10 @@ inline void readArray(View input, File::Format format) {
     // A text file gives one scalar of each item, items that lie over each other are not what was read, and a block may
     // hold nothing for them.
     if (!done || items < count || (isText && typeElemCount(type) > 1) || array.step < array.itemSize) return;
-    // What was read without gaps is written without gaps.
-    if (isBlock || isText) ref.stride = 0;
-    if (isText && !array.isOfBytes()) ref.offset = 0;
+    // What was read without gaps is written without gaps, and numbers were read from `ptr` on.
+    const bool areNumbers = isText && !isBlock && !(array.isOfBytes() && array.isPacked());
+    if (isBlock || areNumbers) ref.stride = 0;
+    if (areNumbers) ref.offset = 0;
     const auto file = written(format, [&](File& out) { out.write(ref, isBlock); });
     if (!isBlock && !isText) require(equal(file, bytes.first(wanted.taken)), "what is written is what was read");
     std::vector<unsigned char> again(memory.size(), '?');
