@@ -550,6 +550,14 @@ TEST_F(TypedArray, InTheThirdModeIsTextWhateverTheFormat) {
     }
 }
 
+TEST_F(TypedArray, InTheThirdModeReadsNothingOfWhatIsStaged) {
+    std::vector<int> values = {1, 2};
+    File file = writing(Format::Text, kThird);
+    file << "34 56 ";
+    EXPECT_EQ(take(file, refTo(values)), (Taken{false, kBeyond, 6}));
+    EXPECT_EQ(values, (std::vector<int>{1, 2}));
+}
+
 TEST_F(TypedArray, OfAnUnknownFormatIsText) {
     std::vector<int> values = {1, 2};
     EXPECT_EQ(written(static_cast<Format>(2), [&](File& file) { file << refTo(values); }).raw, "1 2");
