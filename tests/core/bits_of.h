@@ -1,3 +1,4 @@
+// Numbers by their bits, which tell apart what == does not.
 #pragma once
 
 #include <cstring>

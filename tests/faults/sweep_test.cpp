@@ -942,7 +942,7 @@ TEST_P(PairsOfStdioFaults, LeaveTheLibraryAndTheModelAlike) {
         pairs += runs.with(2);
     }
     figure("pairs of stdio faults, part " + std::to_string(GetParam() + 1) + " of " + std::to_string(kParts), pairs,
-           rounds(50, 20'000));
+           rounds(80, 20'000));
 }
 
 INSTANTIATE_TEST_SUITE_P(Part, PairsOfStdioFaults, ::testing::Range<std::uint64_t>(0, kParts));

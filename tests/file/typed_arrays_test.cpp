@@ -33,22 +33,22 @@ std::vector<unsigned char> memoryOf(const std::vector<T>& values) {
 }
 
 /// What a write or a read gave: the result, the text, and where it left off.
-struct Taken {
+struct Transfer {
     bool done;
     std::string error;
     std::uint64_t pos;
 
-    friend bool operator==(const Taken&, const Taken&) = default;
-    friend std::ostream& operator<<(std::ostream& out, const Taken& outcome) {
+    friend bool operator==(const Transfer&, const Transfer&) = default;
+    friend std::ostream& operator<<(std::ostream& out, const Transfer& outcome) {
         return out << (outcome.done ? "true" : "false") << ", \"" << outcome.error << "\", pos " << outcome.pos;
     }
 };
 
-Taken put(File& file, const BufRef& ref, bool compress = false) {
+Transfer put(File& file, const BufRef& ref, bool compress = false) {
     const bool done = file.write(ref, compress);
     return {done, file.error().buf(), file.pos()};
 }
-Taken take(File& file, const BufRef& ref) {
+Transfer take(File& file, const BufRef& ref) {
     const bool done = file.read(ref);
     return {done, file.error().buf(), file.pos()};
 }
@@ -262,7 +262,7 @@ TEST_F(TypedArray, OfEveryTypeAndFormInABinaryFile) {
     forEveryCase([&](const Case& c) {
         std::string memory = someMemory();
         File file = writing();
-        EXPECT_EQ(put(file, c.ref(memory)), (Taken{true, "", kItems * c.type.size}));
+        EXPECT_EQ(put(file, c.ref(memory)), (Transfer{true, "", kItems * c.type.size}));
         ASSERT_TRUE(file.close());
         EXPECT_EQ(files.content("a"), Bytes{c.asBytes(memory)});
     });
@@ -275,7 +275,8 @@ TEST_F(TypedArray, OfEveryTypeAndFormInATextFile) {
         const std::string text = c.type.elemSize == 1 ? c.asBytes(memory) : c.asText(memory);
         const std::string expected = isPtr ? std::string(kItems - 1, ' ') : text;
         File file = writing(Format::Text);
-        EXPECT_EQ(put(file, c.ref(memory)), (Taken{!isPtr, isPtr ? "Invalid typeElemType: Ptr" : "", expected.size()}));
+        EXPECT_EQ(put(file, c.ref(memory)),
+                  (Transfer{!isPtr, isPtr ? "Invalid typeElemType: Ptr" : "", expected.size()}));
         ASSERT_TRUE(file.close());
         EXPECT_EQ(files.content("a"), Bytes{expected});
     });
@@ -289,7 +290,7 @@ TEST_F(TypedArray, OfEveryTypeAndFormInTheThirdModeIsText) {
         const std::uint64_t size = (c.type.elemSize == 1 ? c.asBytes(memory) : c.asText(memory)).size();
         for (const Format format : {Format::Binary, Format::Text}) {
             File file = writing(format, kThird);
-            EXPECT_EQ(put(file, c.ref(memory)), (Taken{true, "", size}));
+            EXPECT_EQ(put(file, c.ref(memory)), (Transfer{true, "", size}));
         }
     });
 }
@@ -309,7 +310,7 @@ TEST_F(TypedArray, OfEveryTypeAndFormCompressed) {
             std::string expected = back;
             expected.replace(c.form.offset, bytes.size(), bytes);
             File file = reading(block.raw, format);
-            EXPECT_EQ(take(file, c.ref(back)), (Taken{true, "", block.raw.size()}));
+            EXPECT_EQ(take(file, c.ref(back)), (Transfer{true, "", block.raw.size()}));
             EXPECT_EQ(Bytes{back}, Bytes{expected});
         }
     });
@@ -328,7 +329,7 @@ TEST_F(TypedArray, OfEveryTypeAndFormReadFromABinaryFile) {
         }
         File file = reading(content);
         EXPECT_EQ(take(file, c.ref(memory)),
-                  refused ? (Taken{false, "Invalid typeElemSize: 1", 0}) : (Taken{true, "", content.size() - 1}));
+                  refused ? (Transfer{false, "Invalid typeElemSize: 1", 0}) : (Transfer{true, "", content.size() - 1}));
         EXPECT_EQ(Bytes{memory}, Bytes{expected});
     });
 }
@@ -366,7 +367,7 @@ TEST_F(TypedArray, OfEveryTypeAndFormReadFromATextFile) {
         for (const Mode mode : {Mode::Read, kSeven}) {
             std::string back = memory;
             File file = reading(content, Format::Text, mode);
-            const Taken outcome = take(file, c.ref(back));
+            const Transfer outcome = take(file, c.ref(back));
             EXPECT_EQ(outcome.done, elem != "Ptr");
             EXPECT_EQ(outcome.pos, consumed);
             const std::string left = c.type.elemSize == 1 && mode != Mode::Read ? kPeekRefused : "";
@@ -404,7 +405,7 @@ TEST_F(TypedArray, TwoVec3fAre24BytesAndComeBack) {
     EXPECT_EQ(bytes, "00 00 80 3f 00 00 00 40 00 00 40 40   00 00 00 80 cd cc cc 3d ca f2 49 71"_bytes);
     std::vector<Vec3f> back(2);
     File file = reading(bytes.raw);
-    EXPECT_EQ(take(file, refTo(back)), (Taken{true, "", 24}));
+    EXPECT_EQ(take(file, refTo(back)), (Transfer{true, "", 24}));
     EXPECT_EQ(memoryOf(back), memoryOf(values));
 }
 
@@ -414,7 +415,7 @@ TEST_F(TypedArray, OfAggregatesComesBackFromTextAsItsScalars) {
     const Bytes text = written(Format::Text, [&](File& file) { file << refTo(values); });
     std::vector<Mat3d> back(2);
     File file = reading(text.raw, Format::Text);
-    EXPECT_EQ(take(file, bufRef(scalarsOf(std::span(back)))), (Taken{true, kBeyond, text.raw.size()}));
+    EXPECT_EQ(take(file, bufRef(scalarsOf(std::span(back)))), (Transfer{true, kBeyond, text.raw.size()}));
     EXPECT_EQ(back, values);
 }
 
@@ -426,7 +427,7 @@ TEST_F(TypedArray, MayBeginBeforeItsPointerAtAnyAddress) {
             .ptr = memory.data() + 16 + shift, .type = DataType::Int32, .count = 3, .stride = 5, .offset = minus(8)};
         const std::string content = "\1\2\3\4\5\6\7\10\11\12\13\14";
         File file = reading(content);
-        EXPECT_EQ(take(file, ref), (Taken{true, "", 12}));
+        EXPECT_EQ(take(file, ref), (Transfer{true, "", 12}));
         EXPECT_EQ(std::count(memory.begin(), memory.end(), 0xee), 40 - 12);
         EXPECT_EQ(memory[8 + shift], isLittleEndian ? 1 : 4);
         EXPECT_EQ(memory[8 + shift + 10 + 3], isLittleEndian ? 12 : 9);
@@ -498,10 +499,10 @@ TEST_F(TypedArray, ThatIsNoneIsNotMoved) {
         SCOPED_TRACE(none.why);
         for (const Format format : {Format::Binary, Format::Text}) {
             File file = writing(format);
-            EXPECT_EQ(put(file, none.ref), (Taken{false, none.error, 0}));
-            EXPECT_EQ(put(file, none.ref, true), (Taken{false, none.error, 0}));
+            EXPECT_EQ(put(file, none.ref), (Transfer{false, none.error, 0}));
+            EXPECT_EQ(put(file, none.ref, true), (Transfer{false, none.error, 0}));
             file = reading("1 2 3", format);
-            EXPECT_EQ(take(file, none.ref), (Taken{false, none.error, 0}));
+            EXPECT_EQ(take(file, none.ref), (Transfer{false, none.error, 0}));
         }
     }
 }
@@ -509,12 +510,12 @@ TEST_F(TypedArray, ThatIsNoneIsNotMoved) {
 TEST_F(TypedArray, IsNotLookedAtInAFileOfTheOtherMode) {
     for (const None& none : kindsOfNone()) {
         File file;
-        EXPECT_EQ(put(file, none.ref), (Taken{false, "File not successfully opened, cannot write.", 0}));
-        EXPECT_EQ(take(file, none.ref), (Taken{false, "File not successfully opened, cannot read.", 0}));
+        EXPECT_EQ(put(file, none.ref), (Transfer{false, "File not successfully opened, cannot write.", 0}));
+        EXPECT_EQ(take(file, none.ref), (Transfer{false, "File not successfully opened, cannot read.", 0}));
         file = reading("abc");
-        EXPECT_EQ(put(file, none.ref), (Taken{false, "Cannot write while in read mode.", 0}));
+        EXPECT_EQ(put(file, none.ref), (Transfer{false, "Cannot write while in read mode.", 0}));
         file = writing();
-        EXPECT_EQ(take(file, none.ref), (Taken{false, "Cannot write while in write mode.", 0}));
+        EXPECT_EQ(take(file, none.ref), (Transfer{false, "Cannot write while in write mode.", 0}));
     }
 }
 
@@ -524,9 +525,9 @@ TEST_F(TypedArray, OfPointersInATextFileIsTheSpacesBetweenThem) {
     std::vector<std::uint64_t> addresses(3);
     BufRef ref = {.ptr = addresses.data(), .type = DataType::Ptr, .count = 3};
     File file = writing(Format::Text);
-    EXPECT_EQ(put(file, ref), (Taken{false, "Invalid typeElemType: Ptr", 2}));
+    EXPECT_EQ(put(file, ref), (Transfer{false, "Invalid typeElemType: Ptr", 2}));
     ref.count = 1;
-    EXPECT_EQ(put(file, ref), (Taken{false, "Invalid typeElemType: Ptr", 2}));
+    EXPECT_EQ(put(file, ref), (Transfer{false, "Invalid typeElemType: Ptr", 2}));
     ASSERT_TRUE(file.close());
     EXPECT_EQ(files.content("a").raw, "  ");
 }
@@ -535,7 +536,7 @@ TEST_F(TypedArray, OfPointersFromATextFileTakesItsTokens) {
     std::vector<std::uint64_t> addresses = {5, 6};
     File file = reading("1 2 3", Format::Text);
     const BufRef ref = {.ptr = addresses.data(), .type = DataType::Ptr, .count = 2};
-    EXPECT_EQ(take(file, ref), (Taken{false, "Invalid typeElemType: Ptr", 4}));
+    EXPECT_EQ(take(file, ref), (Transfer{false, "Invalid typeElemType: Ptr", 4}));
     EXPECT_EQ(addresses, (std::vector<std::uint64_t>{5, 6}));
 }
 
@@ -554,7 +555,7 @@ TEST_F(TypedArray, InTheThirdModeReadsNothingOfWhatIsStaged) {
     std::vector<int> values = {1, 2};
     File file = writing(Format::Text, kThird);
     file << "34 56 ";
-    EXPECT_EQ(take(file, refTo(values)), (Taken{false, kBeyond, 6}));
+    EXPECT_EQ(take(file, refTo(values)), (Transfer{false, kBeyond, 6}));
     EXPECT_EQ(values, (std::vector<int>{1, 2}));
 }
 
@@ -562,23 +563,23 @@ TEST_F(TypedArray, OfAnUnknownFormatIsText) {
     std::vector<int> values = {1, 2};
     EXPECT_EQ(written(static_cast<Format>(2), [&](File& file) { file << refTo(values); }).raw, "1 2");
     File file = reading("3 4 ", static_cast<Format>(2));
-    EXPECT_EQ(take(file, refTo(values)), (Taken{true, "", 4}));
+    EXPECT_EQ(take(file, refTo(values)), (Transfer{true, "", 4}));
     EXPECT_EQ(values, (std::vector<int>{3, 4}));
 }
 
 TEST_F(TypedArray, OfBytesInAnyModeButReadLeavesThePeeksRefusal) {
     std::vector<unsigned char> values(3);
     File file = reading("abc", Format::Binary, kSeven);
-    EXPECT_EQ(take(file, refTo(values)), (Taken{true, kPeekRefused, 3}));
+    EXPECT_EQ(take(file, refTo(values)), (Transfer{true, kPeekRefused, 3}));
     EXPECT_EQ(values, (std::vector<unsigned char>{'a', 'b', 'c'}));
-    EXPECT_EQ(take(file, refTo(values)), (Taken{false, kBeyond, 3}));
+    EXPECT_EQ(take(file, refTo(values)), (Transfer{false, kBeyond, 3}));
 }
 
 // No block is looked for there, so a dot is a byte.
 TEST_F(TypedArray, OfBytesInAnyModeButReadMayBeginWithADot) {
     std::vector<unsigned char> values(3);
     File file = reading(".1.", Format::Binary, kSeven);
-    EXPECT_EQ(take(file, refTo(values)), (Taken{true, kPeekRefused, 3}));
+    EXPECT_EQ(take(file, refTo(values)), (Transfer{true, kPeekRefused, 3}));
     EXPECT_EQ(values, (std::vector<unsigned char>{'.', '1', '.'}));
 }
 
@@ -586,7 +587,7 @@ TEST_F(TypedArray, OfBytesWithGapsInAnyModeButReadIsText) {
     std::vector<unsigned char> values(4, 9);
     File file = reading("7 8 ", Format::Binary, kSeven);
     EXPECT_EQ(take(file, {.ptr = values.data(), .type = DataType::Byte, .count = 2, .stride = 2}),
-              (Taken{true, kPeekRefused, 4}));
+              (Transfer{true, kPeekRefused, 4}));
     EXPECT_EQ(values, (std::vector<unsigned char>{7, 8, 9, 9}));
 }
 
@@ -598,7 +599,7 @@ TEST_F(TypedArray, OfBytesThatBeginsWithADotIsTakenForABlock) {
     EXPECT_EQ(bytes.raw, ".abc");
     File file = reading(bytes.raw);
     EXPECT_EQ(take(file, refTo(values)),
-              (Taken{false, "Decompression failed attempting to read Byte[4] using stride 1.", 2}));
+              (Transfer{false, "Decompression failed attempting to read Byte[4] using stride 1.", 2}));
     EXPECT_EQ(values, (std::vector<unsigned char>{'.', 'a', 'b', 'c'}));
 }
 
@@ -608,7 +609,7 @@ TEST_F(TypedArray, OfCompressedBytesIsRestoredPacked) {
     std::vector<unsigned char> memory(16, 0xee);
     File file = reading(block.raw);
     EXPECT_EQ(take(file, {.ptr = memory.data(), .type = DataType::Rgba8, .count = 2, .stride = 8, .offset = 1}),
-              (Taken{true, "", block.raw.size()}));
+              (Transfer{true, "", block.raw.size()}));
     EXPECT_EQ(Bytes{std::string(memory.begin(), memory.end())},
               "ee 01 02 03 04 05 06 07 08 ee ee ee ee ee ee ee"_bytes);
 }
@@ -638,7 +639,7 @@ TEST_F(TypedArray, OfCompressedBytesGivesEachItemItsShare) {
         std::string memory(10, '-');
         File file = reading(block.raw);
         EXPECT_EQ(take(file, {.ptr = memory.data(), .type = share.type, .count = share.count}),
-                  (Taken{true, "", block.raw.size()}));
+                  (Transfer{true, "", block.raw.size()}));
         EXPECT_EQ(memory, share.memory);
     }
 }
@@ -663,7 +664,7 @@ TEST_F(TypedArray, OfBytesWithGapsCannotBeReadFromABinaryFile) {
     std::vector<unsigned char> values(4, 9);
     File file = reading("abcd");
     EXPECT_EQ(take(file, {.ptr = values.data(), .type = DataType::Byte, .count = 2, .stride = 2}),
-              (Taken{false, "Invalid typeElemSize: 1", 0}));
+              (Transfer{false, "Invalid typeElemSize: 1", 0}));
     EXPECT_EQ(values, (std::vector<unsigned char>{9, 9, 9, 9}));
 }
 
@@ -674,16 +675,16 @@ TEST_F(TypedArray, OfBytesBeginsWithAPeek) {
     char first;
     file >> first;
     EXPECT_FALSE(file.write('x'));
-    EXPECT_EQ(take(file, refTo(values)), (Taken{true, "", 3}));
+    EXPECT_EQ(take(file, refTo(values)), (Transfer{true, "", 3}));
     EXPECT_EQ(values, (std::vector<unsigned char>{'b', 'c'}));
-    EXPECT_EQ(take(file, refTo(values)), (Taken{false, kBeyond, 3}));
+    EXPECT_EQ(take(file, refTo(values)), (Transfer{false, kBeyond, 3}));
     EXPECT_EQ(values, (std::vector<unsigned char>{'b', 'c'}));
 }
 
 TEST_F(TypedArray, OfABoolTakesWhateverByteThereIs) {
     std::string memory(3, '-');
     File file = reading("\0\1\xc8"sv);
-    EXPECT_EQ(take(file, {.ptr = memory.data(), .type = DataType::Bool, .count = 3}), (Taken{true, "", 3}));
+    EXPECT_EQ(take(file, {.ptr = memory.data(), .type = DataType::Bool, .count = 3}), (Transfer{true, "", 3}));
     EXPECT_EQ(memory, "\0\1\xc8"sv);
 }
 
@@ -693,7 +694,7 @@ TEST_F(TypedArray, OfABoolTakesWhateverByteThereIs) {
 TEST_F(TypedArray, OfAShortBinaryFileKeepsTheScalarsThatWereThere) {
     std::vector<std::int32_t> values(4, -1);
     File file = reading("\1\0\0\0\2\0\0\0\3\0"sv);
-    EXPECT_EQ(take(file, refTo(values)), (Taken{false, kBeyond, 8}));
+    EXPECT_EQ(take(file, refTo(values)), (Transfer{false, kBeyond, 8}));
     EXPECT_EQ(values, (std::vector<std::int32_t>{1, 2, -1, -1}));
     short rest = 0;
     EXPECT_TRUE(file.read(rest));
@@ -705,8 +706,8 @@ TEST_F(TypedArray, OfAnEmptyFileIsNotThere) {
     std::vector<unsigned char> bytes(2, 9);
     for (const Format format : {Format::Binary, Format::Text}) {
         File file = reading("", format);
-        EXPECT_EQ(take(file, refTo(values)), (Taken{false, kBeyond, 0}));
-        EXPECT_EQ(take(file, refTo(bytes)), (Taken{false, kBeyond, 0}));
+        EXPECT_EQ(take(file, refTo(values)), (Transfer{false, kBeyond, 0}));
+        EXPECT_EQ(take(file, refTo(bytes)), (Transfer{false, kBeyond, 0}));
     }
     EXPECT_EQ(values, (std::vector<std::int32_t>{-1, -1}));
     EXPECT_EQ(bytes, (std::vector<unsigned char>{9, 9}));
@@ -716,7 +717,7 @@ TEST_F(TypedArray, OfBytesThatAreTooFewChangesNothingThatLiesInOneChunk) {
     std::vector<unsigned char> values(4, 9);
     for (const Format format : {Format::Binary, Format::Text}) {
         File file = reading("abc", format);
-        EXPECT_EQ(take(file, refTo(values)), (Taken{false, kBeyond, 0}));
+        EXPECT_EQ(take(file, refTo(values)), (Transfer{false, kBeyond, 0}));
         EXPECT_EQ(values, (std::vector<unsigned char>{9, 9, 9, 9}));
     }
 }
@@ -740,9 +741,9 @@ TEST_F(TypedArray, WhoseBytesCannotBeCountedIsNotWritten) {
              {BufRef{&value, DataType::Int64, kTooMany}, BufRef{&value, DataType::Ptr, ~0ull},
               BufRef{&value, DataType::Rgba8, kTooMany * 2}, BufRef{&value, DataType::Rgb8, ~0ull, 1}}) {
             File file = writing(format);
-            EXPECT_EQ(put(file, ref), (Taken{false, "Fwrite failed. Requested 0, read 0.", 0}));
+            EXPECT_EQ(put(file, ref), (Transfer{false, "Fwrite failed. Requested 0, read 0.", 0}));
             file << 'a';
-            EXPECT_EQ(put(file, ref, true), (Taken{false, "Fwrite failed. Requested 0, read 0.", 1}));
+            EXPECT_EQ(put(file, ref, true), (Transfer{false, "Fwrite failed. Requested 0, read 0.", 1}));
             EXPECT_TRUE(file.close());
             EXPECT_EQ(files.content("a").raw, "a");
         }
@@ -754,15 +755,15 @@ TEST_F(TypedArray, WhoseBytesCannotBeCountedIsBeyondAnyBinaryFile) {
     File file = reading(pattern(2 * kMiB));
     char first;
     file >> first;
-    EXPECT_EQ(take(file, {&value, DataType::Int64, kTooMany}), (Taken{false, kBeyond, 1}));
-    EXPECT_EQ(take(file, {&value, DataType::Rgba8, kTooMany * 2}), (Taken{false, kBeyond, 1}));
+    EXPECT_EQ(take(file, {&value, DataType::Int64, kTooMany}), (Transfer{false, kBeyond, 1}));
+    EXPECT_EQ(take(file, {&value, DataType::Rgba8, kTooMany * 2}), (Transfer{false, kBeyond, 1}));
     EXPECT_EQ(value, 7u);
 }
 
 TEST_F(TypedArray, OfMoreBytesThanThereAreIsNotRead) {
     unsigned char byte = 7;
     File file = reading("abc");
-    EXPECT_EQ(take(file, {&byte, DataType::Byte, ~0ull}), (Taken{false, kBeyond, 0}));
+    EXPECT_EQ(take(file, {&byte, DataType::Byte, ~0ull}), (Transfer{false, kBeyond, 0}));
     EXPECT_EQ(byte, 7);
 }
 
@@ -771,7 +772,7 @@ TEST_F(TypedArray, OfMoreBytesThanThereAreIsNotRead) {
 TEST_F(TypedArray, ThatEndsATextFileIsReadAndLeavesTheText) {
     std::vector<int> values(3);
     File file = reading("1 2 3", Format::Text);
-    EXPECT_EQ(take(file, refTo(values)), (Taken{true, kBeyond, 5}));
+    EXPECT_EQ(take(file, refTo(values)), (Transfer{true, kBeyond, 5}));
     EXPECT_EQ(values, (std::vector<int>{1, 2, 3}));
     EXPECT_TRUE(file.eof());
 }
@@ -779,20 +780,20 @@ TEST_F(TypedArray, ThatEndsATextFileIsReadAndLeavesTheText) {
 TEST_F(TypedArray, ThatEndsWithASpaceLeavesNoText) {
     std::vector<int> values(3);
     File file = reading("1 2 3 ", Format::Text);
-    EXPECT_EQ(take(file, refTo(values)), (Taken{true, "", 6}));
+    EXPECT_EQ(take(file, refTo(values)), (Transfer{true, "", 6}));
 }
 
 TEST_F(TypedArray, OfAShortTextFileIsFalseAndKeepsTheNumbersThatWereThere) {
     std::vector<int> values(5, -1);
     File file = reading("1 2 3", Format::Text);
-    EXPECT_EQ(take(file, refTo(values)), (Taken{false, kBeyond, 5}));
+    EXPECT_EQ(take(file, refTo(values)), (Transfer{false, kBeyond, 5}));
     EXPECT_EQ(values, (std::vector<int>{1, 2, 3, -1, -1}));
 }
 
 TEST_F(TypedArray, AsksForANumberBehindTheLastSpaceOfATextFile) {
     std::vector<int> values(2, -1);
     File file = reading("x ", Format::Text);
-    EXPECT_EQ(take(file, refTo(values)), (Taken{false, kBeyond, 2}));
+    EXPECT_EQ(take(file, refTo(values)), (Transfer{false, kBeyond, 2}));
     EXPECT_EQ(values, (std::vector<int>{-1, -1}));
 }
 
@@ -806,7 +807,7 @@ TEST_F(TypedArray, FromATextFileKnowsNeitherOffsetNorStride) {
 TEST_F(TypedArray, FromATextFileFillsTheFirstScalarOfEachItem) {
     std::vector<Vec3i> values(2, Vec3i(7, 8, 9));
     File file = reading("1 2 3 4 5 6", Format::Text);
-    EXPECT_EQ(take(file, refTo(values)), (Taken{true, "", 4}));
+    EXPECT_EQ(take(file, refTo(values)), (Transfer{true, "", 4}));
     EXPECT_EQ(values, (std::vector<Vec3i>{Vec3i(1, 8, 9), Vec3i(2, 8, 9)}));
 }
 
@@ -839,7 +840,7 @@ TEST_F(TypedArray, TokensArePartedBySingleSpacesAlone) {
         SCOPED_TRACE(std::string(text.text));
         std::vector<std::int32_t> values(3, -1);
         File file = reading(text.text, Format::Text);
-        EXPECT_EQ(take(file, refTo(values)), (Taken{text.done, "", text.pos}));
+        EXPECT_EQ(take(file, refTo(values)), (Transfer{text.done, "", text.pos}));
         EXPECT_EQ(values, text.values);
     }
 }
@@ -884,7 +885,7 @@ TEST_F(TypedArray, OfATrillionNumbersFromAShortTextFileEndsAtOnce) {
         std::vector<int> values(10, -1);
         File file = reading(content, Format::Text);
         EXPECT_EQ(take(file, {values.data(), DataType::Int32, std::uint64_t{1} << 40}),
-                  (Taken{false, kBeyond, std::string(content).size()}));
+                  (Transfer{false, kBeyond, std::string(content).size()}));
         EXPECT_EQ(values[4], *content ? 56 : -1);
         EXPECT_EQ(values[5], -1);
         EXPECT_FALSE(file.read({values.data(), DataType::Ptr, std::uint64_t{1} << 40}));
@@ -897,7 +898,7 @@ TEST_F(TypedArray, OfATrillionScalarsFromAShortBinaryFileEndsAtOnce) {
         std::vector<int> values(3, -1);
         File file = reading(std::string(size, '\0'), Format::Binary);
         EXPECT_EQ(take(file, {values.data(), DataType::Int32, std::uint64_t{1} << 40}),
-                  (Taken{false, kBeyond, size / 4 * 4}));
+                  (Transfer{false, kBeyond, size / 4 * 4}));
         EXPECT_EQ(values, (size == 10 ? std::vector{0, 0, -1} : std::vector{-1, -1, -1}));
     }
 }
@@ -917,7 +918,7 @@ TEST_F(TypedArray, OfATrillionNumbersFromAFolderEndsAtOnce) {
 TEST_F(TypedArray, ATokenMayBeLongerThanAChunk) {
     std::vector<double> values(3, -1);
     File file = reading("1." + std::string(2 * kMiB, '0') + " " + std::string(kMiB, '9') + "x 3 ", Format::Text);
-    EXPECT_EQ(take(file, refTo(values)), (Taken{false, "", 3 * kMiB + 7}));
+    EXPECT_EQ(take(file, refTo(values)), (Transfer{false, "", 3 * kMiB + 7}));
     EXPECT_EQ(values, (std::vector<double>{1, -1, 3}));
 }
 
@@ -960,7 +961,7 @@ TEST_F(TypedArray, OfTextIsWholeWhereverTheBufferEnds) {
         std::vector<unsigned char> skipped(before.size());
         std::vector<double> back(3);
         EXPECT_TRUE(file.read(skipped, Compression::None));
-        EXPECT_EQ(take(file, refTo(back)), (Taken{true, kBeyond, before.size() + stored.size()}));
+        EXPECT_EQ(take(file, refTo(back)), (Transfer{true, kBeyond, before.size() + stored.size()}));
         EXPECT_EQ(back, values);
     }
 }
@@ -984,7 +985,7 @@ TEST_F(TypedArray, LongerThanTheBufferComesBack) {
 TEST_F(TypedArray, AsLongAsTheBufferIsStagedAndNotSpilled) {
     std::vector<std::int32_t> values(kMiB / 4, 7);
     File file = writing();
-    EXPECT_EQ(put(file, refTo(values)), (Taken{true, "", kMiB}));
+    EXPECT_EQ(put(file, refTo(values)), (Transfer{true, "", kMiB}));
     EXPECT_EQ(files.content("a").raw.size(), 0u);
     file << 'x';
     EXPECT_EQ(files.content("a").raw.size(), kMiB);
@@ -996,7 +997,7 @@ TEST_F(TypedArray, AsLongAsTheBufferIsStagedAndNotSpilled) {
 TEST_F(TypedArray, OnAFullDiskKeepsTheScalarsThatTheBufferHolds) {
     std::vector<double> values(kMiB / 8 + 1, 1.5);
     File file = opened("/dev/full", Mode::Write, Format::Binary);
-    EXPECT_EQ(put(file, refTo(values)), (Taken{false, "Fwrite failed. Requested 1048576, read 0.", kMiB}));
+    EXPECT_EQ(put(file, refTo(values)), (Transfer{false, "Fwrite failed. Requested 1048576, read 0.", kMiB}));
     EXPECT_FALSE(file.close());
     EXPECT_EQ(file.error(), "Fclose failed.");
 }
@@ -1004,7 +1005,7 @@ TEST_F(TypedArray, OnAFullDiskKeepsTheScalarsThatTheBufferHolds) {
 TEST_F(TypedArray, OfTextWhoseLastNumberAFullDiskRefusesIsNotWritten) {
     std::vector<double> values(kMiB / 4 + 1, 1.5);  // "1.5 " fills the buffer but for the last
     File file = opened("/dev/full", Mode::Write, Format::Text);
-    EXPECT_EQ(put(file, refTo(values)), (Taken{false, "Fwrite failed. Requested 1048576, read 0.", kMiB}));
+    EXPECT_EQ(put(file, refTo(values)), (Transfer{false, "Fwrite failed. Requested 1048576, read 0.", kMiB}));
     EXPECT_FALSE(file.close());
 }
 
@@ -1012,7 +1013,7 @@ TEST_F(TypedArray, WithGapsThatBeginsWithTheBufferComesBack) {
     std::vector<Vertex> vertices(100000);
     for (std::size_t i = 0; i < vertices.size(); ++i) vertices[i].place = Vec3f(i, 2, -1.0 * static_cast<double>(i));
     File file = writing();
-    EXPECT_EQ(put(file, bufRef(std::span(vertices), &Vertex::place)), (Taken{true, "", vertices.size() * 12}));
+    EXPECT_EQ(put(file, bufRef(std::span(vertices), &Vertex::place)), (Transfer{true, "", vertices.size() * 12}));
     ASSERT_TRUE(file.close());
     std::vector<Vec3f> back(vertices.size());
     file = opened(files.path("a"), Mode::Read, Format::Binary);

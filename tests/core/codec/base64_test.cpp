@@ -9,15 +9,13 @@
 #include <string>
 #include <string_view>
 
-#include "core/codec/noise.h"
+#include "core/codec/made_bytes.h"
 
 namespace qor::test {
 namespace {
 
 using namespace std::string_literals;
 using namespace std::string_view_literals;
-
-std::string asString(const ds::Vector<unsigned char>& bytes) { return std::string(bytes.begin(), bytes.end()); }
 
 std::string encoded(std::string_view bytes) {
     ds::Vector<unsigned char> text;

@@ -1,4 +1,4 @@
-// Contents of the kinds that blocks hold, made by rule, and bytes as the codecs take them.
+// Contents of the kinds that blocks hold, made by rule, and frames of them.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,18 +11,11 @@
 #include <string_view>
 #include <vector>
 
-#include "qor/core/codec/bytes.h"
+#include "core/codec/made_bytes.h"
 #include "qor/core/codec/lz4_frame.h"
 #include "qor/core/vector.h"
 
 namespace qor::test {
-
-inline impl::Bytes view(std::string_view text) {
-    return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
-}
-inline impl::Bytes view(const ds::Vector<unsigned char>& bytes) { return {bytes.data(), bytes.size()}; }
-
-inline std::string asString(const ds::Vector<unsigned char>& bytes) { return std::string(bytes.begin(), bytes.end()); }
 
 /// A copy in memory of exactly its size, beyond which a sanitizer sees every read.
 inline ds::Vector<unsigned char> ownBytes(std::string_view text) {
@@ -46,28 +39,6 @@ inline std::optional<std::string> decodedFrame(std::string_view frame, std::uint
     if (!impl::lz4::decode(view(own), size, content)) return std::nullopt;
     EXPECT_EQ(content.size(), size);
     return asString(content);
-}
-
-/// Numbers without a pattern, the same in every run.
-class Chance {
- public:
-    explicit Chance(std::uint32_t seed) : state(seed % 0x7FFFFFFE + 1) {}
-
-    std::uint32_t below(std::uint32_t limit) {
-        state = static_cast<std::uint32_t>(state * std::uint64_t{48271} % 0x7FFFFFFF);
-        return (state >> 4) % limit;
-    }
-
- private:
-    std::uint32_t state;
-};
-
-/// Bytes that cannot be made smaller.
-inline std::string noise(std::size_t size, std::uint32_t seed = 1) {
-    Chance chance(seed);
-    std::string bytes(size, '\0');
-    for (char& byte : bytes) byte = static_cast<char>(chance.below(256));
-    return bytes;
 }
 
 /// `size` bytes, of which each equals the one `period` before it; the first `period` are noise.

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "core/codec/noise.h"
+#include "core/codec/made_bytes.h"
 
 namespace qor::test {
 namespace {
