@@ -16,6 +16,7 @@
 #include "qor/core/codec/lz4_frame.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "qor/core/codec/lz4.h"
 #include "qor/core/codec/xxhash.h"
@@ -208,6 +209,7 @@ bool encode(Bytes content, ds::Vector<unsigned char>& payload) {
     store(to, kEndMark);
     store(to + 4, checksum.value());
     to += kEndSize;
+    assert(to <= payload.data() + most);
     return payload.resizeForOverwrite(static_cast<std::size_t>(to - payload.data()));
 }
 
