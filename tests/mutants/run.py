@@ -450,6 +450,7 @@ def main():
     parser.add_argument("--thorough", action="store_true")
     parser.add_argument("--count", type=int)
     parser.add_argument("--only", metavar="PATTERN", default="*")
+    parser.add_argument("--listed", action="store_true")
     parser.add_argument("--number", type=int)
     arguments = parser.parse_args()
 
@@ -462,8 +463,12 @@ def main():
     clock = Clock()
     by_file = all_mutants()
     by_file = {f: m for f, m in by_file.items() if fnmatch.fnmatch(f.rsplit("/", 1)[-1], arguments.only)}
+    if arguments.listed:
+        lists = listed(EQUIVALENT) | listed(SURVIVORS)
+        by_file = {f: [m for m in mutants if str(m) in lists] for f, mutants in by_file.items()}
     everything = sum(map(len, by_file.values()))
-    usual = everything if arguments.only != "*" else 2500 if arguments.thorough else 320  # some are none
+    some = arguments.listed or arguments.only != "*" or arguments.count is not None
+    usual = everything if some else 2500 if arguments.thorough else 320  # some are none
     sample = Sample(by_file, arguments.count or usual)
     clock.tell(f"{everything} mutants in {len(by_file)} files")
     programs = PROGRAMS + LARGE_PROGRAMS * arguments.thorough
@@ -503,7 +508,7 @@ def main():
     alike = sum(not noticed[m.number] and str(m) in equivalent for m in chosen)
     rest = max(len(chosen) - alike, 1)
     print(f"\n{killed} of {len(chosen)} mutants noticed, {100 * killed / rest:.1f} % without {alike} that do the same")
-    if arguments.only != "*" or arguments.count:
+    if some:
         return 0
     least, percent = (2000, 95) if arguments.thorough else (300, 90)
     tell("mutants", len(chosen), least)
