@@ -36,6 +36,16 @@ TEST_F(Open, InAModeOutsideTheThreeIsAsForReading) {
     EXPECT_EQ(stateOf(file), "pos 0, len 3, binary");
 }
 
+// Whoever opens a file through a link goes on with that file, wherever the link leads by then.
+TEST_F(Open, OfALinkOpensTheFileThatItLeadsTo) {
+    const TestFolder real;
+    const std::string target = std::filesystem::canonical(real.make("target", "")).string();
+    std::filesystem::create_symlink(target, real.path("link"));
+    disk.make(target, "abc");
+    EXPECT_TRUE(file.open(real.path("link").c_str(), Mode::Read, Format::Binary));
+    EXPECT_EQ(stateOf(file), "pos 0, len 3, binary");
+}
+
 // ---- A stream that cannot be opened ---------------------------------------------------------------------------------
 
 TEST_F(Open, OfAMissingFileLeavesNoText) {

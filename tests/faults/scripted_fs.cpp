@@ -70,7 +70,7 @@ Disk::Cue Disk::close(std::uint64_t n) { return {*this, Call::Close, n}; }
 
 void Disk::add(Fault fault) {
     fault.n += callsOf(fault.call);
-    std::erase_if(script, [this](const Fault& f) { return !f.everAfter && f.n <= callsOf(f.call); });
+    std::erase_if(script, [this](const Fault& f) { return !f.everAfter && f.n + f.times - 1 <= callsOf(f.call); });
     script.push_back(fault);
 }
 
@@ -78,7 +78,7 @@ void Disk::add(Fault fault) {
 const Fault* Disk::cueFor(Call call) {
     const std::uint64_t n = ++counts[static_cast<std::size_t>(call)];
     const auto fault = std::ranges::find_if(
-        script, [&](const Fault& f) { return f.call == call && (f.n == n || (f.everAfter && f.n < n)); });
+        script, [&](const Fault& f) { return f.call == call && f.n <= n && (f.everAfter || n - f.n < f.times); });
     if (fault == script.end()) return nullptr;
     if (fault->n == n) countsAtFault = counts;
     ++met;

@@ -34,12 +34,13 @@ struct Shortfall {
     std::uint64_t of(std::uint64_t asked) const;
 };
 
-/// Which calls of one function fail: the n-th from now, and on request all after it.
+/// Which calls of one function fail: the n-th from now, and on request some or all after it.
 struct Fault {
     Call call;
     std::uint64_t n;
     bool everAfter = false;
     Shortfall shortfall = {Shortfall::ToCount, 0};
+    std::uint64_t times = 1;
 };
 
 /// Simulated files, the streams open on them, the script, and the transcript of the calls.
@@ -72,7 +73,8 @@ class Disk {
 
     // ---- The script -------------------------------------------------------------------------------------------------
 
-    /// The n-th call of a function from now: `disk.tell(1).fails()`, `disk.write(3).andLater().takesHalf()`.
+    /// The n-th call of a function from now: `disk.tell(1).fails()`, `disk.write(3).andLater().takesHalf()`,
+    /// `disk.read(2).times(5).fails()`.
     Cue open(std::uint64_t n);
     Cue read(std::uint64_t n);
     Cue write(std::uint64_t n);
@@ -137,13 +139,18 @@ class Disk {
     std::string calls;
 };
 
-/// One call of the script, or that call and all after it.
+/// One call of the script, or several in a row, or that call and all after it.
 class Disk::Cue {
  public:
     Cue(Disk& disk, Call call, std::uint64_t n) : on(disk), fault{call, n} {}
 
     Cue andLater() {
         fault.everAfter = true;
+        return *this;
+    }
+
+    Cue times(std::uint64_t count) {
+        fault.times = count;
         return *this;
     }
 

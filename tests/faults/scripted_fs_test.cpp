@@ -110,6 +110,14 @@ TEST_F(Simulated, OneCallFailsOnce) {
     EXPECT_EQ(disk.faultsMet(), 1u);
 }
 
+TEST_F(Simulated, OrSeveralTimes) {
+    Disk::Stream* const stream = opened("wb");
+    disk.flush(2).times(2).fails();
+    for (int i = 0; i < 4; ++i) disk.Fflush(stream);
+    EXPECT_EQ(disk.transcript(), "flush; flush -> -1; flush -> -1; flush");
+    EXPECT_EQ(disk.faultsMet(), 2u);
+}
+
 TEST_F(Simulated, OrEveryCallFromThereOn) {
     Disk::Stream* const stream = opened("wb");
     disk.tell(2).andLater().fails();

@@ -408,6 +408,13 @@ std::vector<Damage> damages() {
                     }))});
     rows.push_back(
         {"a match without a distance code", good, dynamicBlock(258, 1, [](S& s) { threeSymbols(s).length(0); })});
+    const auto secondBlock = [](unsigned distanceWord) {
+        S s;
+        threeSymbols(s.dynamic(false, 258, 1)).length(1).word(0, 1).word(3, 2).word(0, 1).word(2, 2);
+        return threeSymbols(s.dynamic(true, 258, 1)).length(distanceWord).word(0, 1).word(3, 2).word(0, 9).word(2, 2);
+    };
+    rows.push_back({"a match without a distance code, in a block behind one that has a code", secondBlock(1),
+                    secondBlock(0), 15, 16});
     rows.push_back({"no word for the end of the block", good, dynamicBlock(258, 1, [](S& s) {
                         s.zeros(97).length(1).zeros(157).lengths({2, 0, 2, 1});
                     })});

@@ -1,0 +1,86 @@
+// Typed arrays on a disk that fails: for each value that is missing the stream is asked again, up to a point.
+#include <span>
+#include <string>
+#include <vector>
+
+#include "faults/on_scripted_disk.h"
+#include "qor/data/buf_ref_of.h"
+
+namespace qor::test {
+namespace {
+
+class ArrayOnDisk : public OnScriptedDisk {
+ protected:
+    bool readInto(std::vector<std::uint32_t>& values) { return file.read(bufRef(std::span(values))); }
+
+    std::uint64_t readCalls() const { return disk.callsOf(Call::Read); }
+};
+
+// ---- The end of the file --------------------------------------------------------------------------------------------
+
+TEST_F(ArrayOnDisk, OfAnEmptyFileAsksForEachValue) {
+    for (const Format format : {Format::Binary, Format::Text}) {
+        openedOn("", format);
+        std::vector<std::uint32_t> values = {7, 7, 7};
+        EXPECT_FALSE(readInto(values));
+        EXPECT_EQ(disk.takeTranscript(), "read 0; read 0; read 0");
+        EXPECT_EQ(stateOf(file), std::string("pos 0, len 0, ") + (format == Format::Text ? "text" : "binary") +
+                                     ", eof: Attempted to read beyond file size.");
+    }
+}
+
+TEST_F(ArrayOnDisk, ThatIsLongerThanTheFileAsksForNoMoreThanTheFile) {
+    openedOn("01 00 00 00 02"_bytes.raw);
+    std::vector<std::uint32_t> values = {7, 7, 7};
+    EXPECT_FALSE(readInto(values));
+    EXPECT_EQ(disk.transcript(), "read 5");
+    EXPECT_EQ(values, (std::vector<std::uint32_t>{1, 7, 7}));
+}
+
+// ---- A stream that fails again and again ----------------------------------------------------------------------------
+
+constexpr std::uint64_t kOftenEnough = 300'000;
+
+// Longer than one chunk, so that the first value of the second asks the stream.
+std::string chunkAndMore(std::string_view first, char between, std::string_view behind) {
+    std::string bytes(first);
+    bytes.resize(kBuffer - 1, between);
+    return bytes + ' ' + std::string(behind);
+}
+
+TEST_F(ArrayOnDisk, GivesUpAfterThreeHundredThousandFailuresInARow) {
+    for (const Format format : {Format::Binary, Format::Text}) {
+        openedOn("01 00 00 00"_bytes.raw, format);
+        disk.read(1).andLater().fails();
+        const std::uint64_t before = readCalls();
+        std::vector<std::uint32_t> values(kOftenEnough + 5);
+        EXPECT_FALSE(readInto(values));
+        EXPECT_EQ(readCalls() - before, kOftenEnough);
+        EXPECT_EQ(file.error(), "Fread failed. Requested 4, read 0.");
+        disk.mend();
+    }
+}
+
+TEST_F(ArrayOnDisk, OfNumbersGivesUpOnlyWhereNothingArrivesBetween) {
+    constexpr std::uint64_t kMissing = kOftenEnough - 1;
+    openedOn(chunkAndMore("", '\1', "05 00 00 00"_bytes.raw));
+    disk.read(1).times(kMissing).fails();
+    disk.read(1 + kMissing + 1).times(kMissing).fails();
+    std::vector<std::uint32_t> values(kMissing + kBuffer / 4 + kMissing + 1);
+    EXPECT_FALSE(readInto(values));
+    EXPECT_EQ(values.back(), 5u);
+}
+
+TEST_F(ArrayOnDisk, OfTextsGivesUpOnlyWhereNothingArrivesBetween) {
+    constexpr std::uint64_t kMissing = kOftenEnough - 1;
+    openedOn(chunkAndMore("3 ", '0', "5"), Format::Text);
+    disk.read(1).times(kMissing).fails();
+    disk.read(1 + kMissing + 1).times(kMissing).fails();
+    std::vector<std::uint32_t> values(kMissing + 2 + kMissing + 1);
+    EXPECT_FALSE(readInto(values));
+    EXPECT_EQ(values[kMissing], 3u);
+    EXPECT_EQ(values.back(), 5u);
+}
+
+}  // namespace
+}  // namespace qor::test
