@@ -204,7 +204,7 @@ bool String::assignFormat(const char* fmt, std::va_list args) {
     std::va_list again;
     va_copy(again, args);
     const int length = std::vsnprintf(small, sizeof(small), fmt, args);
-    const std::size_t room = length > 0 ? static_cast<std::size_t>(length) : 0;
+    const auto room = static_cast<std::size_t>(std::max(length, 0));
     bool done = true;
     if (room < sizeof(small)) {
         done = assign(std::string_view(small, room));

@@ -99,30 +99,24 @@ void eachRun(const Items& items, std::uint64_t next, std::uint64_t n, Copy copy)
     }
     const std::uint64_t perItem = items.itemSize / sizeof(Bits);
     std::uint64_t k = next / perItem;
-    if (const std::uint64_t j = next % perItem; j > 0) {
-        const std::uint64_t run = std::min(perItem - j, n);
-        copy(items.at(k++) + j * sizeof(Bits), run);
-        n -= run;
-    }
+    const std::uint64_t j = next % perItem;
+    const std::uint64_t run = std::min(perItem - j, n);
+    copy(items.at(k++) + j * sizeof(Bits), run);
+    n -= run;
     // Sizes that the compiler knows make each copy a move or two.
     const auto whole = [&](auto size) {
         for (; n >= size; n -= size) copy(items.at(k++), size);
     };
-    switch (perItem) {
-        case 1:
-            whole(std::integral_constant<std::uint64_t, 1>());
-            break;
-        case 2:
-            whole(std::integral_constant<std::uint64_t, 2>());
-            break;
-        case 3:
-            whole(std::integral_constant<std::uint64_t, 3>());
-            break;
-        case 4:
-            whole(std::integral_constant<std::uint64_t, 4>());
-            break;
-        default:
-            whole(perItem);
+    if (perItem == 1) {
+        whole(std::integral_constant<std::uint64_t, 1>());
+    } else if (perItem == 2) {
+        whole(std::integral_constant<std::uint64_t, 2>());
+    } else if (perItem == 3) {
+        whole(std::integral_constant<std::uint64_t, 3>());
+    } else if (perItem == 4) {
+        whole(std::integral_constant<std::uint64_t, 4>());
+    } else {
+        whole(perItem);
     }
     if (n > 0) copy(items.at(k), n);
 }

@@ -175,7 +175,7 @@ class CodeHeader {
             if (length == 0) {
                 while (run >= 11) run -= addRun(kManyZeros, std::min<std::size_t>(run, 138));
                 if (run >= 3) run -= addRun(kFewZeros, run);
-            } else if (run >= 4) {
+            } else {
                 items[itemCount++] = {length, 0};
                 --run;
                 while (run >= 3) run -= addRun(kRepeatLength, std::min<std::size_t>(run, 6));
@@ -231,8 +231,7 @@ class Finder {
         const std::size_t heads = (std::size_t{1} << bits4()) + (std::size_t{1} << bits3());
         tables.reset(new (std::nothrow) std::uint16_t[heads + mask() + 1]);
         if (!tables) return false;
-        std::fill_n(tables.get(), heads, std::uint16_t{0});
-        if (all.size() >= kReach) lookAhead(content);
+        std::fill_n(tables.get(), heads, std::uint16_t{0});  // so all places lead to position 0, which needs none then
         return true;
     }
 

@@ -84,7 +84,6 @@ void BlockCounts::add(const BlockCounts& next) {
     addTo(literalLengths, next.literalLengths);
     addTo(offsets, next.offsets);
     addTo(matchLengths, next.matchLengths);
-    extraBits += next.extraBits;
     repeatOffsets = next.repeatOffsets;
 }
 
@@ -101,13 +100,6 @@ BlockCounts countBlock(const Block& block, const RepeatOffsets& repeatOffsets) {
         ++counts.literalLengths[codes.literals];
         ++counts.offsets[codes.offset];
         ++counts.matchLengths[codes.length];
-    }
-    for (std::size_t i = 0; i < counts.literalLengths.size(); ++i) {
-        counts.extraBits += std::uint64_t{counts.literalLengths[i]} * kLiteralLengthCodes[i].extraBits;
-    }
-    for (std::size_t i = 0; i < counts.offsets.size(); ++i) counts.extraBits += std::uint64_t{counts.offsets[i]} * i;
-    for (std::size_t i = 0; i < counts.matchLengths.size(); ++i) {
-        counts.extraBits += std::uint64_t{counts.matchLengths[i]} * kMatchLengthCodes[i].extraBits;
     }
     counts.repeatOffsets = repeat;
     return counts;

@@ -59,7 +59,6 @@ struct BlockCounts {
     std::array<std::uint32_t, kLiteralLengthSymbols> literalLengths{};
     std::array<std::uint32_t, kOffsetSymbols> offsets{};
     std::array<std::uint32_t, kMatchLengthSymbols> matchLengths{};
-    std::uint64_t extraBits = 0;    // of all codes
     RepeatOffsets repeatOffsets{};  // after the block
 
     /// Adds what follows.

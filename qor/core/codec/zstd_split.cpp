@@ -26,7 +26,7 @@ std::uint64_t costOf(fse::Counts counts, std::uint64_t describedSymbol) {
 
 void Splitter::split(const Block& block, const RepeatOffsets& repeatOffsets) {
     cut(block, repeatOffsets);
-    if (count > 1) join();
+    join();
 }
 
 void Splitter::cut(const Block& block, RepeatOffsets repeatOffsets) {
@@ -52,7 +52,8 @@ void Splitter::cut(const Block& block, RepeatOffsets repeatOffsets) {
     } while (at.content < block.content.size());
 }
 
-// What a block takes, about, that begins as part `i` does.
+// What a block takes, about, that begins as part `i` does; but for the extra bits of its sequences, which are as many
+// wherever blocks end.
 std::uint64_t Splitter::cost(std::size_t i, const BlockCounts& counts, const Cut& end) const {
     const Cut begin = i == 0 ? Cut() : parts[i - 1].end;
     const std::uint64_t raw = (end.content - begin.content) * kByte;
@@ -60,7 +61,7 @@ std::uint64_t Splitter::cost(std::size_t i, const BlockCounts& counts, const Cut
     std::uint64_t sum = kSectionHeaders + std::min(costOf(counts.literals, kTreeSymbol), rawLiterals);
     if (end.sequences != begin.sequences) {
         sum += costOf(counts.literalLengths, kTableSymbol) + costOf(counts.offsets, kTableSymbol) +
-               costOf(counts.matchLengths, kTableSymbol) + counts.extraBits * fse::kBit;
+               costOf(counts.matchLengths, kTableSymbol);
     }
     return kBlockHeaderSize * kByte + std::min(sum, raw);
 }
@@ -77,7 +78,7 @@ void Splitter::join() {
     for (std::size_t i = 0; i < count; ++i) alone[i] = cost(i, parts[i].counts, parts[i].end);
     for (std::size_t i = 0; i + 1 < count; ++i) join(i);
 
-    while (count > 1) {
+    for (;;) {
         std::size_t best = count;
         std::uint64_t most = 0;
         for (std::size_t i = 0; i + 1 < count; ++i) {
