@@ -231,27 +231,55 @@ std::vector<unsigned char> mixtureBytes(std::mt19937_64& random) {
     return bytes;
 }
 
-TEST(Encoded, MixturesAreAsKnown) {
+// Random bytes, in which something comes again now and then: so seldom that no form of a block is much smaller than the
+// bytes as they stand.
+std::vector<unsigned char> noiseWithFewMatches(std::mt19937_64& random) {
+    const auto below = [&random](std::size_t end) { return static_cast<std::size_t>(random() % end); };
+    const std::size_t size = 12 + below(std::size_t{16} << below(9));
+    const std::size_t letters = below(3) != 0 ? 256 : 200 + below(57);
+    const std::size_t rarity = std::size_t{8} << below(7);
+    std::vector<unsigned char> bytes;
+    while (bytes.size() < size) {
+        if (bytes.size() <= 8 || below(rarity) != 0) {
+            bytes.push_back(static_cast<unsigned char>(below(letters)));
+            continue;
+        }
+        std::size_t length = 3 + below(std::size_t{2} << below(6));
+        const std::size_t distance = 1 + below(std::min(bytes.size(), std::size_t{2} << below(12)));
+        for (; length > 0; --length) bytes.push_back(bytes[bytes.size() - distance]);
+    }
+    return bytes;
+}
+
+// A thousand contents and their payloads of each kind, one behind another.
+void expectKnownThousand(std::vector<unsigned char> (*make)(std::mt19937_64&), std::size_t size, Payload lz4,
+                         Payload zlib, Payload zstd) {
     std::mt19937_64 random(11);
-    std::vector<unsigned char> lz4;
-    std::vector<unsigned char> zlib;
-    std::vector<unsigned char> zstd;
-    std::size_t size = 0;
+    std::size_t sizes = 0;
+    std::vector<unsigned char> payloads[3];
     for (int i = 0; i < 1000; ++i) {
-        const std::vector<unsigned char> content = mixtureBytes(random);
-        size += content.size();
+        const std::vector<unsigned char> content = make(random);
+        sizes += content.size();
         const auto add = [&content](Compression kind, std::vector<unsigned char>& all) {
             const ds::Vector<unsigned char> payload = compress(content.data(), content.size(), false, kind);
             all.insert(all.end(), payload.begin(), payload.end());
         };
-        add(Compression::Lz4, lz4);
-        add(Compression::Zlib, zlib);
-        add(Compression::Zstd, zstd);
+        add(Compression::Lz4, payloads[0]);
+        add(Compression::Zlib, payloads[1]);
+        add(Compression::Zstd, payloads[2]);
     }
-    EXPECT_EQ(size, 4724926u);
-    EXPECT_EQ((Payload{lz4.size(), fingerprint(lz4)}), (Payload{1584956, 0x984742db}));
-    EXPECT_EQ((Payload{zlib.size(), fingerprint(zlib)}), (Payload{1097195, 0x891e38fe}));
-    EXPECT_EQ((Payload{zstd.size(), fingerprint(zstd)}), (Payload{1091570, 0xe1ad2e18}));
+    EXPECT_EQ(sizes, size);
+    EXPECT_EQ((Payload{payloads[0].size(), fingerprint(payloads[0])}), lz4);
+    EXPECT_EQ((Payload{payloads[1].size(), fingerprint(payloads[1])}), zlib);
+    EXPECT_EQ((Payload{payloads[2].size(), fingerprint(payloads[2])}), zstd);
+}
+
+TEST(Encoded, MixturesAreAsKnown) {
+    expectKnownThousand(mixtureBytes, 4724926, {1584956, 0x984742db}, {1097195, 0x891e38fe}, {1091570, 0xe1ad2e18});
+}
+
+TEST(Encoded, NoiseWithFewMatchesIsAsKnown) {
+    expectKnownThousand(noiseWithFewMatches, 484901, {428033, 0x68d890db}, {396153, 0xb73b2857}, {398507, 0x6d3bf2c2});
 }
 
 }  // namespace

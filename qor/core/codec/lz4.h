@@ -58,4 +58,15 @@ bool decodeBlock(Bytes block, std::uint64_t first, std::uint64_t limit, Result& 
 /// As `decodeBlock`, by the plain loop alone.
 bool decodeBlockPlainly(Bytes block, std::uint64_t first, std::uint64_t limit, Result& result, std::uint64_t& produced);
 
+/// Where a decoder is, in front of a sequence.
+struct Place {
+    const unsigned char* in;
+    unsigned char* out;
+};
+
+/// The fast loop of `decodeBlock`. Decodes sequences far from the ends of both block and room, so that only long ones
+/// have to look at what is left. Stops in front of a sequence that may be too near to them, or is damaged: the plain
+/// loop finds out which. `first` is where the earliest match may start.
+Place decodeFast(Place place, const unsigned char* inEnd, const unsigned char* first, unsigned char* outEnd);
+
 }  // namespace qor::impl::lz4

@@ -23,20 +23,13 @@ bool readMore(const unsigned char*& in, const unsigned char* inEnd, std::size_t&
     return true;
 }
 
-// Where a decoder is, in front of a sequence.
-struct Place {
-    const unsigned char* in;
-    unsigned char* out;
-};
-
 // What a sequence with neither count going on reads and writes: a token, 16 bytes for at most 14 literals and then the
 // offset; those literals, and a match of at most 18 bytes.
 constexpr std::size_t kFastInput = 1 + 16 + 2;
 constexpr std::size_t kFastOutput = 14 + 18 + kWildSlack;
 
-// Decodes sequences far from the ends of both block and room, so that only long ones have to look at what is left.
-// Stops in front of a sequence that may be too near to them, or is damaged: the plain loop finds out which. `first` is
-// where the earliest match may start.
+}  // namespace
+
 Place decodeFast(Place place, const unsigned char* inEnd, const unsigned char* first, unsigned char* outEnd) {
     while (left(place.in, inEnd) >= kFastInput && left(place.out, outEnd) >= kFastOutput) {
         const unsigned char* in = place.in;
@@ -73,6 +66,8 @@ Place decodeFast(Place place, const unsigned char* inEnd, const unsigned char* f
     }
     return place;
 }
+
+namespace {
 
 template <bool fast>
 bool decode(Bytes block, std::uint64_t first, std::uint64_t limit, Result& result, std::uint64_t& produced) {

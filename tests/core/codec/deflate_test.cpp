@@ -495,9 +495,28 @@ TEST(Inflate, RefusesDamageInTheMiddle) {
     };
     using S = DeflateStream;
     EXPECT_TRUE(decoded(around([](S& s) { s.symbol(257).distance(17).number(115, 7); }), 1003).whole);
-    EXPECT_FALSE(decoded(around([](S& s) { s.symbol(257).distance(17).number(116, 7); }), 1003).whole) << "501 back";
-    EXPECT_FALSE(decoded(around([](S& s) { s.symbol(286); }), 1000).whole);
-    EXPECT_FALSE(decoded(around([](S& s) { s.symbol(257).distance(30); }), 1003).whole);
+    // The bits that follow are a byte's together with those of the last distance.
+    const std::string damaged[] = {around([](S& s) { s.symbol(257).distance(17).number(116, 7); }),  // 501 back
+                                   around([](S& s) { s.symbol(286); }),
+                                   around([](S& s) { s.symbol(257).distance(30); }),
+                                   around([](S& s) { s.symbol(257).distance(30).number(0, 4); })};
+    for (const std::string& stream : damaged) {
+        for (std::size_t claimed = 990; claimed < 1010; ++claimed) EXPECT_FALSE(decoded(stream, claimed).whole);
+    }
+}
+
+// Whatever bits follow, they are not read by the code of the block before.
+TEST(Inflate, RefusesARepeatBeforeAnyLengthBehindABlockThatHadACode) {
+    for (int bytes = 1; bytes <= 8; ++bytes) {
+        for (int bits = 0; bits < 8; ++bits) {
+            DeflateStream stream;
+            threeSymbols(stream.dynamic(false, 258, 1)).length(1).word(0, bytes).word(2, 2);
+            stream.dynamic(true, 258, 1).length(16).word(2, 2).number(0xFF, bits);
+            for (std::size_t claimed = 0; claimed < 16; ++claimed) {
+                EXPECT_FALSE(decoded(stream.bytes, claimed).whole) << bytes << " bytes, " << bits << " bits";
+            }
+        }
+    }
 }
 
 // --- The two loops, the encoder --------------------------------------------------------------------------------------

@@ -8,6 +8,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "core/codec/lz4_contents.h"
 #include "support/test_files.h"
@@ -341,6 +343,65 @@ TEST(Lz4Block, ABlockWithAChangedBitIsReadAlikeByBothLoops) {
             }
         }
     }
+}
+
+// ---- The fast loop: slow where it stops too soon, wrong where it stops too late ------------------------------------
+
+// How far the fast loop comes in a block, and in the content, of which it has `room` bytes.
+std::pair<std::size_t, std::size_t> reachOfFastLoop(std::string_view block, std::size_t room = 5000) {
+    const auto own = ownBytes(block);
+    std::vector<unsigned char> out(room);
+    const unsigned char* const start = view(own).data();
+    const lz4::Place place = lz4::decodeFast({start, out.data()}, start + block.size(), out.data(), out.data() + room);
+    return {static_cast<std::size_t>(place.in - start), static_cast<std::size_t>(place.out - out.data())};
+}
+
+using Reach = std::pair<std::size_t, std::size_t>;
+
+TEST(Lz4FastLoop, TakesSequencesOfEveryShape) {
+    const std::string start = sequence(noise(14), 14, 18);  // a match from the very first byte on
+    const std::string tail(100, '\xee');
+    EXPECT_EQ(reachOfFastLoop(start + tail).first, start.size());
+    for (const std::size_t literals : {0u, 1u, 14u, 15u, 16u, 40u, 269u, 270u, 600u}) {
+        for (const std::size_t length : {4u, 18u, 19u, 40u, 273u, 274u, 600u}) {
+            for (const std::size_t offset : {1u, 7u, 8u, 32u}) {
+                const std::string block = start + sequence(noise(literals), offset, length);
+                EXPECT_EQ(reachOfFastLoop(block + tail), Reach(block.size(), 32 + literals + length))
+                    << literals << " literals, " << length << " bytes at " << offset;
+            }
+        }
+    }
+}
+
+TEST(Lz4FastLoop, StopsBeforeASequenceThatIsTooNearToTheEndOfTheBlock) {
+    const std::string shortOne = sequence(noise(14), 14, 18);
+    EXPECT_EQ(reachOfFastLoop(shortOne + "12"), Reach(shortOne.size(), 32));
+    EXPECT_EQ(reachOfFastLoop(shortOne + "1"), Reach(0, 0));
+    const std::string longOne = sequence(noise(40), 14, 18);
+    EXPECT_EQ(reachOfFastLoop(longOne + std::string(impl::kWildSlack, '\xee')), Reach(longOne.size(), 58));
+    EXPECT_EQ(reachOfFastLoop(longOne + std::string(impl::kWildSlack - 1, '\xee')), Reach(0, 0));
+}
+
+TEST(Lz4FastLoop, StopsBeforeASequenceThatIsTooNearToTheEndOfTheRoom) {
+    const std::string tail(100, '\xee');
+    const std::string shortOne = sequence(noise(14), 14, 18) + tail;
+    EXPECT_EQ(reachOfFastLoop(shortOne, 32 + impl::kWildSlack).second, 32u);
+    EXPECT_EQ(reachOfFastLoop(shortOne, 32 + impl::kWildSlack - 1).second, 0u);
+    const std::string manyLiterals = sequence(noise(40), 14, 18) + tail;
+    EXPECT_EQ(reachOfFastLoop(manyLiterals, 40 + 32 + impl::kWildSlack).second, 58u);
+    EXPECT_EQ(reachOfFastLoop(manyLiterals, 40 + 32 + impl::kWildSlack - 1).second, 0u);
+    const std::string longMatch = sequence(noise(14), 14, 100) + tail;
+    EXPECT_EQ(reachOfFastLoop(longMatch, 114 + impl::kWildSlack).second, 114u);
+    EXPECT_EQ(reachOfFastLoop(longMatch, 114 + impl::kWildSlack - 1).second, 0u);
+}
+
+TEST(Lz4FastLoop, StopsBeforeASequenceThatIsDamaged) {
+    const std::string tail(100, '\xee');
+    EXPECT_EQ(reachOfFastLoop(sequence(noise(14), 15, 18) + tail), Reach(0, 0)) << "a match from before the content";
+    EXPECT_EQ(reachOfFastLoop(sequence(noise(14), 0, 18) + tail), Reach(0, 0)) << "an offset of 0";
+    EXPECT_EQ(reachOfFastLoop(std::string(100, '\xff')), Reach(0, 0)) << "a count of literals without an end";
+    EXPECT_EQ(reachOfFastLoop("0f 61 01 00"_bytes.raw + std::string(100, '\xff')), Reach(0, 0))
+        << "a length without an end";
 }
 
 TEST(Lz4Block, MemoryGrowsWithWhatIsProduced) {

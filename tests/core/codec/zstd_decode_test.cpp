@@ -365,6 +365,13 @@ std::vector<Damaged> damagedHeadersAndBlocks() {
          header() + rawBlock("x", Last::No) +
              compressedBlock(runLiterals('x', kLargestBlock - 3) + sequences(1, 0, 1, {}), Last::No) + emptyBlock,
          kLargestBlock + 2},
+        {"a compressed block of more content than a window of 1 KiB, behind which all of it comes again",
+         header("00"_bytes.raw, "00"_bytes.raw) +
+             compressedBlock(rawLiterals("x") + sequences(1, 0, 45, {{508, 9}}), Last::No) + runBlock('x', 76),
+         1100,
+         header("00"_bytes.raw, "00"_bytes.raw) +
+             compressedBlock(rawLiterals("x") + sequences(1, 0, 46, {{0, 10}}), Last::No) +
+             runBlock('x', 1000, Last::No) + runBlock('x', 100)},
         {"no last block", header() + rawBlock("ab", Last::No) + rawBlock("c"), 3,
          header() + rawBlock("ab", Last::No) + rawBlock("c", Last::No)},
         {"a block behind the last one", header() + rawBlock("ab", Last::No) + rawBlock("c"), 3,
@@ -373,6 +380,9 @@ std::vector<Damaged> damagedHeadersAndBlocks() {
         {"a block that ends behind the frame", header() + block(0, 3, "abc"), 3, header() + block(0, 4, "abc")},
         {"less content than the caller's size", frameOfLiterals(rawLiterals("abc")), 3,
          frameOfLiterals(rawLiterals("abc")), 4},
+        {"a raw block of more content than the caller's size", header() + rawBlock("abc", Last::No) + rawBlock(""), 3,
+         header() + rawBlock("abc", Last::No) + rawBlock("d"), 3},
+        {"neither a magic number nor a header", header() + rawBlock(""), 0, rawBlock("")},
         {"more literals than the caller's size", frameOfLiterals(rawLiterals("abc")), 3,
          frameOfLiterals(rawLiterals("abc")), 2},
         {"bytes after the frame", header() + rawBlock("abc"), 3, header() + rawBlock("abc") + '\0'},
@@ -580,6 +590,47 @@ TEST(ZstdDamage, IsRefusedWhateverSizeIsClaimed) {
         if (row.why.find("the caller's size") != row.why.npos) continue;  // the claim is what is wrong
         for (std::uint64_t claimed = 0; claimed < 64; ++claimed) {
             EXPECT_EQ(decoded(row.bad, claimed), std::nullopt) << row.why << ", " << claimed << " bytes claimed";
+        }
+    }
+}
+
+// The same frame with other blocks around its own: one before them that gives a tree and tables, and one behind them.
+std::string amidOthers(const std::string& frame) {
+    const std::string before =
+        compressedBlock(oneStream(2, 2, kTreeOfAAndB + backward({kA, kB})) + sequences(1, 0, 0, {}), Last::No);
+    const std::size_t start = header().size();
+    std::string all = frame.substr(0, start) + before + frame.substr(start);
+    std::size_t last = start;
+    const auto headerAt = [&](std::size_t at) {
+        const auto byte = [&](std::size_t i) {
+            return static_cast<std::size_t>(static_cast<unsigned char>(all[at + i]));
+        };
+        return byte(0) | byte(1) << 8 | byte(2) << 16;
+    };
+    while (headerAt(last) % 2 == 0) {
+        last += 3 + ((headerAt(last) >> 1 & 3) == 1 ? 1 : headerAt(last) >> 3);
+    }
+    all[last] = static_cast<char>(all[last] & ~1);
+    return all + rawBlock("abc");
+}
+
+// A decoder that went on with the tree or the tables of an earlier block, or left out the block that is damaged, would
+// give what the others hold.
+TEST(ZstdDamage, IsRefusedBetweenBlocksThatAreWhole) {
+    std::vector<Damaged> all;
+    for (const auto& part :
+         {damagedLiterals(), damagedTrees(), damagedCodedWeights(), damagedStreams(), damagedSequences()}) {
+        all.insert(all.end(), part.begin(), part.end());
+    }
+    for (const Damaged& row : all) {
+        const auto mentions = [&row](const char* words) { return row.why.find(words) != row.why.npos; };
+        if (mentions("where there is none") || mentions("at the start") || mentions("repeat offset") ||
+            mentions("to before the content"))
+            continue;  // none of which is wrong behind another block
+        EXPECT_NE(decoded(amidOthers(row.good), row.size + 8), std::nullopt) << "the frame without: " << row.why;
+        for (std::uint64_t claimed = 0; claimed < 64; ++claimed) {
+            EXPECT_EQ(decoded(amidOthers(row.bad), claimed), std::nullopt)
+                << row.why << ", " << claimed << " bytes claimed";
         }
     }
 }
