@@ -430,7 +430,7 @@ unsigned char File::peek() {
     }
     const std::uint64_t here = pos();
     unsigned char byte = 0;
-    if (okToRead() && !readInternal(&byte, 1)) byte = 0;
+    if (okToRead()) static_cast<void>(readInternal(&byte, 1));
     seek(static_cast<std::int64_t>(here), fs::kFromStart);
     return byte;
 }

@@ -7,8 +7,8 @@ the compiler, optimising, makes the same code of it and of the library as it is:
 Of the others, some do the same as the library by other code. Those are listed with a reason, and it is told what part
 of the rest was noticed; what has to be noticed is a part of all.
 
-A thorough run has the large checks among its tests, and lets what they do not notice meet all of them once more, under
-the address sanitizer.
+A thorough run has the large checks among its tests, each in its short form, and lets what they do not notice meet the
+tests of less than a second once more, under the address sanitizer.
 
 All that is written lies in build/mutants:
 
@@ -85,7 +85,12 @@ SEED = 1
 # slow, or make files that are larger.
 LIMITS = ["--fsize=1073741824", "--core=0"]
 LIMITS_OF = {TESTS: ["--as=2147483648"], SANITIZED: []}
-ASAN_OPTIONS = "allocator_may_return_null=1:hard_rss_limit_mb=4096"
+# Memory that is used before it is set holds junk, and large checks are short.
+ENVIRONMENT = {
+    "MALLOC_PERTURB_": "165",
+    "ASAN_OPTIONS": "allocator_may_return_null=1:hard_rss_limit_mb=4096",
+    "QOR_BRIEF": "1",
+}
 LEFT_OUT = [
     "*ArraysInTheThirdModeOnADevice",
     "*ALargeTextArray",
@@ -311,8 +316,7 @@ def run(build, program, tests, seconds, variables):
         process = subprocess.Popen(
             command,
             cwd=folder,
-            # Memory that is used before it is set holds junk.
-            env={**os.environ, "TMPDIR": folder, "MALLOC_PERTURB_": "165", "ASAN_OPTIONS": ASAN_OPTIONS, **variables},
+            env={**os.environ, **ENVIRONMENT, "TMPDIR": folder, **variables},
             start_new_session=True,
             stdin=subprocess.DEVNULL,
             stdout=subprocess.PIPE,
@@ -354,6 +358,14 @@ def run_all(build, program, variables):
     passed, output = run(build, program, f"-{':'.join(LEFT_OUT)}", 300, variables)
     if not passed:
         raise SystemExit(f"{output[-3000:]}\n{program} fails without any mutant.")
+
+
+def shorter(reached, longest):
+    """What is reached by the tests that take no longer than that."""
+    return {
+        number: {program: [test for test in tests if test[0] <= longest] for program, tests in programs.items()}
+        for number, programs in reached.items()
+    }
 
 
 def time_of(tests):
@@ -488,7 +500,7 @@ def main():
             if not done:
                 raise SystemExit(log[-4000:])
             list(threads.map(lambda program: run_all(SANITIZED, program, {}), programs))
-            noticed |= meet_all(left, reached, threads, SANITIZED)
+            noticed |= meet_all(left, shorter(reached, LONGEST), threads, SANITIZED)
             left = [m for m in chosen if not noticed[m.number]]
             clock.tell("Those that are left have met them under the address sanitizer")
     with concurrent.futures.ProcessPoolExecutor() as pool:

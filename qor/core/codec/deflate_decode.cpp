@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cassert>
 #include <span>
 
 #include "qor/core/codec/adler32.h"
@@ -213,7 +214,7 @@ class Decoder {
             }
         }
         addToChecksum();
-        if (in.overran()) return false;
+        assert(!in.overran());  // no block ends there
         in.alignToByte();
         return in.bytesLeft() == 0 && result.finish(result.positionOf(at));
     }
@@ -270,7 +271,7 @@ class Decoder {
     // RFC 1951, 3.2.7. The code lengths of both codes are one sequence, itself coded.
     bool readDynamicCodes() {
         codesAreFixed = false;
-        in.refill();
+        // The refill before the block's header has left enough for these, too.
         const std::size_t literalCount = kFirstLength + in.take(5);
         const std::size_t distanceCount = 1 + in.take(5);
         const std::size_t lengthCount = 4 + in.take(4);
@@ -305,7 +306,7 @@ class Decoder {
             std::fill_n(lengths.begin() + i, n, repeated);
             i += n;
         }
-        if (in.overran() || lengths[kEndOfBlock] == 0) return false;
+        if (lengths[kEndOfBlock] == 0) return false;
 
         const std::span<const unsigned char> all(lengths);
         return buildTable(all.first(literalCount), kLiteralMeanings, kLiteralIndexBits, Incomplete::OneWord,

@@ -156,7 +156,7 @@ class CodeHeader {
  private:
     struct Item {
         std::uint8_t symbol;
-        std::uint8_t extra;
+        std::uint8_t extra = 0;
     };
 
     // How many of a code's lengths are given: the last ones need not be if they are 0.
@@ -176,11 +176,11 @@ class CodeHeader {
                 while (run >= 11) run -= addRun(kManyZeros, std::min<std::size_t>(run, 138));
                 if (run >= 3) run -= addRun(kFewZeros, run);
             } else {
-                items[itemCount++] = {length, 0};
+                items[itemCount++] = {length};
                 --run;
                 while (run >= 3) run -= addRun(kRepeatLength, std::min<std::size_t>(run, 6));
             }
-            for (; run > 0; --run) items[itemCount++] = {length, 0};
+            for (; run > 0; --run) items[itemCount++] = {length};
         }
     }
 
@@ -256,7 +256,7 @@ class Finder {
             // but whether its bytes are equal, at a distance cut to the window: questions whose answers are by chance,
             // such as whether it lies within the window, would cost more than looking. The same holds for its chain,
             // which is given up after a few candidates of other bytes.
-            if (least < 3) {
+            if (least < kMinMatch) {
                 const std::uint32_t near = std::min(distanceTo(candidate3), window);
                 const bool isEqual = ((load<std::uint32_t>(at - near) ^ bytes) & kThreeBytes) == 0;
                 if (isEqual && near != 0) best = {3, near};
@@ -401,7 +401,7 @@ std::uint32_t minLengthFor(std::size_t distinct) {
     if (distinct < 16) return 6;
     if (distinct < 45) return 5;
     if (distinct < 80) return 4;
-    return 3;
+    return kMinMatch;
 }
 
 // Tells whether a match of three bytes is worth more than the bytes as they stand. At short distances it nearly always
@@ -504,8 +504,8 @@ class Encoder {
     }
 
     // What a match is worth: the bytes that it covers, less what its distance costs.
-    static std::uint32_t worth(Match match) {
-        return 4 * match.length + 16 - static_cast<std::uint32_t>(std::bit_width(match.distance));
+    static int worth(Match match) {
+        return static_cast<int>(4 * match.length) - static_cast<int>(std::bit_width(match.distance));
     }
 
     // Gathers the sequences and counts of the block that begins at `from`, and says where it ends.

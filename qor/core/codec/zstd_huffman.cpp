@@ -64,19 +64,17 @@ bool readCodedWeights(Bytes in, Weights& weights) {
             weights.of[weights.count++] = rows[other].weight;
             return true;
         }
-        if (!bits.refill()) return false;
+        bits.refill();
         state = row.baseline + bits.take(row.bits);
         std::swap(state, other);
     }
     return false;
 }
 
-// Fills `places` entries, of which there are a power of two: four at a time, where there are as many.
+// Fills `places` entries, of which there are a power of two, four at a time. So there may be up to three more: those
+// of the next symbol, which is not lighter and comes later. The heaviest one has more than four, since 256 symbols
+// share 2048 entries.
 inline void fill(std::uint16_t* entries, int places, std::uint16_t entry) {
-    if (places < 4) {
-        for (int i = 0; i < places; ++i) entries[i] = entry;
-        return;
-    }
     const std::uint16_t four[4] = {entry, entry, entry, entry};
     for (int i = 0; i < places; i += 4) std::memcpy(entries + i, four, sizeof four);
 }

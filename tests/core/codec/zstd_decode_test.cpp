@@ -285,16 +285,22 @@ std::uint32_t rowOf(const impl::fse::Distribution& distribution, int symbol) {
     return static_cast<std::uint32_t>(found);
 }
 
-// 17 bits of offset, 16 and 15 of lengths, and 17 to move on to the next sequence.
-TEST(ZstdSequences, MayTakeMoreBitsThanAWordHolds) {
+// The states of an offset of 17 bits, a match length of 16 and a literal length of 15 in the default tables, and what
+// bits follow.
+std::string longSequence(std::initializer_list<Bits> more) {
     using namespace impl::zstd;
-    const Bits literalLength = {rowOf(kDefaultLiteralLengths, 34), 6};
-    const Bits offset = {rowOf(kDefaultOffsets, 17), 5};
-    const Bits matchLength = {rowOf(kDefaultMatchLengths, 52), 6};
+    std::vector<Bits> bits = {
+        {rowOf(kDefaultLiteralLengths, 34), 6}, {rowOf(kDefaultOffsets, 17), 5}, {rowOf(kDefaultMatchLengths, 52), 6}};
+    bits.insert(bits.end(), more);
+    return backward(bits);
+}
+
+// Those bits, and 17 to move on to the next sequence.
+TEST(ZstdSequences, MayTakeMoreBitsThanAWordHolds) {
     const Bits noLiterals = {0, 6};  // row 0 is of the symbol 0 in both tables
     const Bits matchOfThree = {0, 6};
-    const std::string bits = backward(
-        {literalLength, offset, matchLength, {1000, 17}, {1, 16}, {2, 15}, noLiterals, matchOfThree, offset, {5, 17}});
+    const Bits offset = {rowOf(impl::zstd::kDefaultOffsets, 17), 5};
+    const std::string bits = longSequence({{1000, 17}, {1, 16}, {2, 15}, noLiterals, matchOfThree, offset, {5, 17}});
     const std::string start = repeated("0123456789abc", 2 * kLargestBlock / 13 + 1).substr(0, 2 * kLargestBlock);
     const std::string frame = header("00"_bytes.raw, "48"_bytes.raw) +
                               rawBlock(start.substr(0, kLargestBlock), Last::No) +
@@ -424,6 +430,8 @@ std::vector<Damaged> damagedTrees() {
          0, frameOfLiterals(oneStream(2, 0, ""))},
         {"weights cut short", three, 2, frameOfLiterals(oneStream(2, 2, "83 11"_bytes.raw))},
         {"weights that are all 0", three, 2, tree("81 00"_bytes.raw, 0)},
+        {"weights that are all 0, where another tree would have a stream", three, 2,
+         frameOfLiterals(oneStream(2, 8, "81 00 01"_bytes.raw)), 8},
         {"weights that no power of two completes", tree("81 12"_bytes.raw, 2), 2, tree("81 13"_bytes.raw, 3)},
         {"no symbol of weight 1", tree("80 10"_bytes.raw, 1), 2, tree("80 20"_bytes.raw, 1)},
         {"code words of 12 bits", tree("8a 11 23 45 67 89 a0"_bytes.raw, 11), 2,
@@ -455,6 +463,7 @@ std::vector<Damaged> damagedCodedWeights() {
     const std::string halves = forward({{0, 4}, {17, 5}, {31, 5}});
     return {
         {"256 coded weights", weights(253), 2, weights(254)},
+        {"257 coded weights", weights(253), 2, weights(255)},
         {"coded weights of which one is 12", untilEleven, 2, untilTwelve},
         {"coded weights of accuracy 7", coded(forward({{1, 4}, {33, 6}, {63, 6}}) + backward({{32, 6}, {0, 6}})), 2,
          coded(forward({{2, 4}, {65, 7}, {127, 7}}) + backward({{64, 7}, {0, 7}}))},
@@ -556,6 +565,10 @@ std::vector<Damaged> damagedSequences() {
          909,
          header() + runBlock('x', 9, Last::No) +
              compressedBlock(rawLiterals("") + "81 2c 54 00 02 00"_bytes.raw + backward({{0, 2}}))},
+        {"bits that end within an offset before long lengths", aaaab, 5,
+         with("01"_bytes.raw + kDefaultTables + longSequence({{1, 1}}))},
+        {"bits that end behind an offset before long lengths", aaaab, 5,
+         with("01"_bytes.raw + kDefaultTables + longSequence({{1000, 17}}))},
         {"more literals in sequences than there are", aaaab, 5, with("01 54 03 00 00"_bytes.raw + backward({})), 6},
         {"an offset to before the content", with("01 54 01 02 00"_bytes.raw + backward({{0, 2}})), 5,
          with("01 54 01 02 00"_bytes.raw + backward({{1, 2}}))},
