@@ -231,7 +231,8 @@ class Finder {
         const std::size_t heads = (std::size_t{1} << bits4()) + (std::size_t{1} << bits3());
         tables.reset(new (std::nothrow) std::uint16_t[heads + mask() + 1]);
         if (!tables) return false;
-        std::fill_n(tables.get(), heads, std::uint16_t{0});  // so all places lead to position 0, which needs none then
+        // All places lead to position 0 then, which needs none.
+        std::fill_n(tables.get(), heads, std::uint16_t{0});
         return true;
     }
 
