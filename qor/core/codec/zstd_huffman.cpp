@@ -71,9 +71,8 @@ bool readCodedWeights(Bytes in, Weights& weights) {
     return false;
 }
 
-// Fills `places` entries, of which there are a power of two, four at a time. So there may be up to three more: those
-// of the next symbol, which is not lighter and comes later. The heaviest one has more than four, since 256 symbols
-// share 2048 entries.
+// Fills `places` entries, of which there are a power of two, four at a time, and so up to three more: those of symbols
+// that come later. The last one, the heaviest, has at least eight, since 256 symbols share 2048 entries.
 inline void fill(std::uint16_t* entries, int places, std::uint16_t entry) {
     const std::uint16_t four[4] = {entry, entry, entry, entry};
     for (int i = 0; i < places; i += 4) std::memcpy(entries + i, four, sizeof four);

@@ -495,7 +495,7 @@ TEST(Inflate, RefusesDamageInTheMiddle) {
     };
     using S = DeflateStream;
     EXPECT_TRUE(decoded(around([](S& s) { s.symbol(257).distance(17).number(115, 7); }), 1003).whole);
-    // The bits that follow are a byte's together with those of the last distance.
+    // In the last one the distance's bits and four more are those of a byte, so that all behind it can still be read.
     const std::string damaged[] = {around([](S& s) { s.symbol(257).distance(17).number(116, 7); }),  // 501 back
                                    around([](S& s) { s.symbol(286); }),
                                    around([](S& s) { s.symbol(257).distance(30); }),
