@@ -847,5 +847,25 @@ TEST(RefusedMemory, IsToldAndChangesNothing) {
     figure("runs with memory refused", runs, isThorough() ? 30'000 : 3'000);
 }
 
+// There is a reserve for so many texts. Whoever comes after that is told no figures, but still that it failed.
+TEST(RefusedMemory, IsToldEvenWhereNothingIsLeftForTheText) {
+    const TestFolder files;
+    const String path = files.make("short", "").c_str();
+    std::vector<File> beyond(80);
+    for (File& file : beyond) {
+        ASSERT_TRUE(file.open(path, Mode::Read, Format::Binary));
+        ASSERT_EQ(file.seek(1), 1u);
+    }
+    bool done = false;
+    {
+        const RefusedRequests all(1, true);
+        char value;
+        for (File& file : beyond) done = file.read(value) || done;
+    }
+    EXPECT_FALSE(done);
+    EXPECT_EQ(beyond.front().error(), "Fread failed. Requested 18446744073709551615, read 0.");
+    EXPECT_EQ(beyond.back().error(), "Out of memory.");
+}
+
 }  // namespace
 }  // namespace qor::test
