@@ -5,6 +5,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <climits>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -131,11 +133,13 @@ class FoldedMemory {
     unsigned char* start = nullptr;
 };
 
-// Runs `act` on a thread whose stack is as small as one for a thousand threads would be.
+// Runs `act` on a thread whose stack is as small as one for a thousand threads would be: 64 KiB, or what a host has for
+// its smallest (128 KiB on powerpc64).
 void onASmallStack(std::function<void()> act) {
     pthread_attr_t attributes;
     ASSERT_EQ(pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, kIsSanitized ? 512 * 1024 : 64 * 1024), 0);
+    const std::size_t least = kIsSanitized ? 512 * 1024 : 64 * 1024;
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, std::max(least, static_cast<std::size_t>(PTHREAD_STACK_MIN))), 0);
     pthread_t thread;
     const auto start = [](void* what) -> void* {
         (*static_cast<std::function<void()>*>(what))();
