@@ -12,8 +12,6 @@ namespace {
 class ArrayOnDisk : public OnScriptedDisk {
  protected:
     bool readInto(std::vector<std::uint32_t>& values) { return file.read(bufRef(std::span(values))); }
-
-    std::uint64_t readCalls() const { return disk.callsOf(Call::Read); }
 };
 
 // ---- The end of the file --------------------------------------------------------------------------------------------
@@ -41,7 +39,7 @@ TEST_F(ArrayOnDisk, ThatIsLongerThanTheFileAsksForNoMoreThanTheFile) {
 
 constexpr std::uint64_t kOftenEnough = 300'000;
 
-// Longer than one chunk, so that the first value of the second asks the stream.
+// A chunk that begins with `first` and ends with a space, and what is behind it, which the stream is asked for anew.
 std::string chunkAndMore(std::string_view first, char between, std::string_view behind) {
     std::string bytes(first);
     bytes.resize(kBuffer - 1, between);
@@ -52,10 +50,10 @@ TEST_F(ArrayOnDisk, GivesUpAfterThreeHundredThousandFailuresInARow) {
     for (const Format format : {Format::Binary, Format::Text}) {
         openedOn("01 00 00 00"_bytes.raw, format);
         disk.read(1).andLater().fails();
-        const std::uint64_t before = readCalls();
+        const std::uint64_t before = disk.callsOf(Call::Read);
         std::vector<std::uint32_t> values(kOftenEnough + 5);
         EXPECT_FALSE(readInto(values));
-        EXPECT_EQ(readCalls() - before, kOftenEnough);
+        EXPECT_EQ(disk.callsOf(Call::Read) - before, kOftenEnough);
         EXPECT_EQ(file.error(), "Fread failed. Requested 4, read 0.");
         disk.mend();
     }

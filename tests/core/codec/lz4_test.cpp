@@ -347,16 +347,16 @@ TEST(Lz4Block, ABlockWithAChangedBitIsReadAlikeByBothLoops) {
 
 // ---- The fast loop: slow where it stops too soon, wrong where it stops too late ------------------------------------
 
-// How far the fast loop comes in a block, and in the content, of which it has `room` bytes.
-std::pair<std::size_t, std::size_t> reachOfFastLoop(std::string_view block, std::size_t room = 5000) {
+using Reach = std::pair<std::size_t, std::size_t>;
+
+// How far the fast loop comes in a block, and in the content, for which there are `room` bytes.
+Reach reachOfFastLoop(std::string_view block, std::size_t room = 5000) {
     const auto own = ownBytes(block);
     std::vector<unsigned char> out(room);
     const unsigned char* const start = view(own).data();
     const lz4::Place place = lz4::decodeFast({start, out.data()}, start + block.size(), out.data(), out.data() + room);
     return {static_cast<std::size_t>(place.in - start), static_cast<std::size_t>(place.out - out.data())};
 }
-
-using Reach = std::pair<std::size_t, std::size_t>;
 
 TEST(Lz4FastLoop, TakesSequencesOfEveryShape) {
     const std::string start = sequence(noise(14), 14, 18);  // a match from the very first byte on

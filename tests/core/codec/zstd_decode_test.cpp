@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/codec/zstd_builder.h"
+#include "core/codec/zstd_frame_view.h"
 #include "qor/core/codec/fse.h"
 #include "qor/core/codec/zstd_tables.h"
 
@@ -581,12 +582,19 @@ std::vector<Damaged> damagedSequences() {
     };
 }
 
-std::vector<Damaged> damagedFrames() {
+std::vector<Damaged> damagedCompressedBlocks() {
     std::vector<Damaged> all;
-    for (const auto& part : {damagedHeadersAndBlocks(), damagedLiterals(), damagedTrees(), damagedCodedWeights(),
-                             damagedStreams(), damagedSequences()}) {
+    for (const auto& part :
+         {damagedLiterals(), damagedTrees(), damagedCodedWeights(), damagedStreams(), damagedSequences()}) {
         all.insert(all.end(), part.begin(), part.end());
     }
+    return all;
+}
+
+std::vector<Damaged> damagedFrames() {
+    std::vector<Damaged> all = damagedHeadersAndBlocks();
+    const std::vector<Damaged> others = damagedCompressedBlocks();
+    all.insert(all.end(), others.begin(), others.end());
     return all;
 }
 
@@ -614,14 +622,8 @@ std::string amidOthers(const std::string& frame) {
     const std::size_t start = header().size();
     std::string all = frame.substr(0, start) + before + frame.substr(start);
     std::size_t last = start;
-    const auto headerAt = [&](std::size_t at) {
-        const auto byte = [&](std::size_t i) {
-            return static_cast<std::size_t>(static_cast<unsigned char>(all[at + i]));
-        };
-        return byte(0) | byte(1) << 8 | byte(2) << 16;
-    };
-    while (headerAt(last) % 2 == 0) {
-        last += 3 + ((headerAt(last) >> 1 & 3) == 1 ? 1 : headerAt(last) >> 3);
+    for (auto header = view::number(all, last, 3); header % 2 == 0; header = view::number(all, last, 3)) {
+        last += 3 + ((header >> 1 & 3) == 1 ? 1 : header >> 3);
     }
     all[last] = static_cast<char>(all[last] & ~1);
     return all + rawBlock("abc");
@@ -630,12 +632,7 @@ std::string amidOthers(const std::string& frame) {
 // A decoder that went on with the tree or the tables of an earlier block, or left out the block that is damaged, would
 // give what the others hold.
 TEST(ZstdDamage, IsRefusedBetweenBlocksThatAreWhole) {
-    std::vector<Damaged> all;
-    for (const auto& part :
-         {damagedLiterals(), damagedTrees(), damagedCodedWeights(), damagedStreams(), damagedSequences()}) {
-        all.insert(all.end(), part.begin(), part.end());
-    }
-    for (const Damaged& row : all) {
+    for (const Damaged& row : damagedCompressedBlocks()) {
         const auto mentions = [&row](const char* words) { return row.why.find(words) != row.why.npos; };
         if (mentions("where there is none") || mentions("at the start") || mentions("repeat offset") ||
             mentions("to before the content"))
