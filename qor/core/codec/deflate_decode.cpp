@@ -343,7 +343,7 @@ class Decoder {
                 const Step step = QOR_HAS_BMI2 ? decodeFastWithBmi2() : decodeFast();
                 if (step != Step::OutOfSlack) return step == Step::Ended;
             }
-            in.refill();
+            in.refill();  // enough for a length and a distance, of 20 and 28 bits at most
             const Entry entry = find(literals, kLiteralIndexBits, in);
             if (entry & kByte) {
                 in.drop(droppedBits(entry));
@@ -357,7 +357,6 @@ class Decoder {
             }
             const std::size_t length = valueOf(entry, in.bits);
             in.drop(droppedBits(entry));
-            in.refill();
             const Entry distanceEntry = find(distances, kDistanceIndexBits, in);
             if (distanceEntry & kSpecial) return false;
             const std::size_t distance = valueOf(distanceEntry, in.bits);

@@ -1,8 +1,6 @@
 // FSE: reading the description of a distribution.
 #include "qor/core/codec/fse.h"
 
-#include <algorithm>
-
 namespace qor::impl::fse {
 namespace {
 
@@ -78,7 +76,6 @@ std::size_t readDistribution(Bytes in, int largestAccuracy, int alphabet, Distri
         do {
             more = bits.take(2);
             if (symbol + static_cast<int>(more) > alphabet) return 0;
-            std::fill_n(distribution.shares + symbol, more, std::int16_t{0});
             symbol += static_cast<int>(more);
         } while (more == 3);
     }

@@ -29,8 +29,9 @@ struct Distribution {
     constexpr int rows() const { return 1 << accuracy; }
 };
 
-/// Reads a distribution's description (4.1.1) from the start of `in`. Returns the bytes it took; 0 if it is damaged, is
-/// more accurate than `largestAccuracy`, or gives a share to a symbol from `alphabet` on.
+/// Reads a distribution's description (4.1.1) from the start of `in`, into one that has no shares yet. Returns the
+/// bytes it took; 0 if it is damaged, is more accurate than `largestAccuracy`, or gives a share to a symbol from
+/// `alphabet` on.
 std::size_t readDistribution(Bytes in, int largestAccuracy, int alphabet, Distribution& distribution);
 
 /// Fills `symbolOfRow`, of `rows()` entries, by 4.1.1: symbols of less than one row take one each from the last row

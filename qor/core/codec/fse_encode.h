@@ -5,7 +5,6 @@
 // is the bits that it writes. What both directions share is in fse.h.
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
@@ -59,8 +58,7 @@ class EncodingTable {
             begin[symbol] = next;
             // Row numbers n to 2n - 1 stand at `begin` on. From state s of T to 2T - 1 a row is reached by dropping
             // `most` bits if s >= n << most, else by one bit less.
-            const auto others = static_cast<unsigned>(std::max(n, 1) - 1);
-            const int most = accuracy + 1 - static_cast<int>(std::bit_width(others));
+            const int most = accuracy + 1 - static_cast<int>(std::bit_width(static_cast<unsigned>(n)));
             moves[static_cast<std::size_t>(symbol)] = {(most << 16) - (n << most), static_cast<std::int16_t>(next - n),
                                                        static_cast<std::uint16_t>(next)};
             next += n;

@@ -108,7 +108,7 @@ class Result {
         return true;
     }
 
-    // Puts what was produced together in one piece, which has room for all that is claimed.
+    // Puts what was produced together in one piece, which has room for all that is claimed and so is the last.
     bool gather(std::uint64_t produced) {
         ds::Vector<unsigned char> whole;
         if (!whole.resizeForOverwrite(claimed)) return false;
@@ -117,7 +117,6 @@ class Result {
         pieces.clear();
         piece = std::move(whole);
         leftBehind = 0;
-        held = claimed;
         return true;
     }
 
