@@ -115,6 +115,9 @@ TEST(XxHash, NoBytesAtAllMayHaveNoAddress) {
     impl::Xxh64 hash;
     hash.add({});
     EXPECT_EQ(hash.value(), 0xEF46DB3751D8E999u);
+    hash.add(view("abc"));
+    hash.add({});
+    EXPECT_EQ(hash.value(), impl::xxh64(view("abc")));
     EXPECT_EQ(impl::xxh32({}), 0x02CC5D05u);
 }
 

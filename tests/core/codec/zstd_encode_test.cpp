@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "core/codec/zstd_builder.h"
 #include "core/codec/zstd_frame_view.h"
 #include "qor/core/codec/zstd_sections.h"
 #include "support/test_files.h"
@@ -458,6 +459,27 @@ TEST(ZstdEncodeOffsets, ARawBlockLeavesThemAsTheyWere) {
     ASSERT_EQ(frame.blocks.size(), 2u);
     EXPECT_EQ(frame.blocks[0].type, BlockType::Raw);
     EXPECT_EQ(frame.blocks[1].sequences.at(0).offsetValue, 5000u + 3);
+}
+
+TEST(ZstdEncodeOffsets, ARawPartOfABlockLeavesThemAsTheyWereToo) {
+    // Matches at one distance; at another, and so seldom that they are not worth their bytes; at that one again.
+    std::string content = noise(3000);
+    unsigned seed = 2;
+    const auto add = [&](std::size_t times, std::size_t literals, unsigned values, std::size_t distance,
+                         std::size_t length) {
+        while (times-- > 0) {
+            content += noise(literals, values, seed++);
+            content += content.substr(content.size() - distance, length);
+        }
+    };
+    add(500, 4, 16, 3000, 16);
+    add(15, 2000, 256, 3100, 6);
+    add(500, 4, 16, 3100, 16);
+    const std::string payload = encoded(content);
+    const std::vector<BlockView> blocks = frameOf(payload).blocks;
+    const auto raw = std::ranges::find(blocks, BlockType::Raw, &BlockView::type);
+    ASSERT_TRUE(raw != blocks.begin() && raw != blocks.end() && raw + 1 != blocks.end());
+    EXPECT_EQ(zstd::decoded(payload, content.size()), content);
 }
 
 TEST(ZstdEncodeOffsets, LiteralRunsOfMoreThan65535BytesKeepTheirLength) {
