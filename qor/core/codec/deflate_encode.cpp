@@ -64,13 +64,12 @@ struct Code {
     std::array<std::uint8_t, n> lengths;
     std::array<std::uint16_t, n> words;
 
-    // RFC 1951, 3.2.2: words of one length are consecutive numbers, shorter ones come first.
+    // RFC 1951, 3.2.2: words of one length are consecutive numbers, shorter ones come first, from 0 on.
     void makeWords() {
         std::array<std::uint32_t, kMaxCodeBits + 1> count{};
         for (const std::uint8_t length : lengths) ++count[length];
-        count[0] = 0;
         std::array<std::uint32_t, kMaxCodeBits + 1> next{};
-        for (std::size_t length = 1; length <= kMaxCodeBits; ++length) {
+        for (std::size_t length = 2; length <= kMaxCodeBits; ++length) {
             next[length] = (next[length - 1] + count[length - 1]) << 1;
         }
         for (std::size_t i = 0; i < n; ++i) {

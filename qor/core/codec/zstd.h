@@ -3,6 +3,7 @@
 // The format's numbers are in zstd_tables.h; zstd_encode.cpp and zstd_decode.cpp are the two directions.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "qor/core/codec/bytes.h"
@@ -15,6 +16,10 @@ inline constexpr std::uint64_t kMaxExpansion = 32768;
 
 /// True if `payload` begins as a Zstandard frame does.
 bool recognises(Bytes payload);
+
+/// Writes the magic number and the header (3.1.1.1) of a frame for `size` bytes, and returns their end.
+unsigned char* writeFrameHeader(std::uint64_t size, unsigned char* to);
+inline constexpr std::size_t kLargestFrameHeader = 4 + 1 + 1 + 8;
 
 /// Puts a frame of `content` in `payload`, which is empty. False if memory is refused.
 bool encode(Bytes content, ds::Vector<unsigned char>& payload);

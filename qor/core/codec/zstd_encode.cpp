@@ -10,9 +10,6 @@
 #include "qor/core/codec/zstd_split.h"
 
 namespace qor::impl::zstd {
-namespace {
-
-constexpr std::size_t kLargestFrameHeader = 4 + 1 + 1 + 8;
 
 unsigned char* writeFrameHeader(std::uint64_t size, unsigned char* to) {
     constexpr unsigned kSingleSegment = 1 << 5;
@@ -40,6 +37,8 @@ unsigned char* writeFrameHeader(std::uint64_t size, unsigned char* to) {
             return to + 8;
     }
 }
+
+namespace {
 
 void writeBlockHeader(bool isLast, BlockType type, std::size_t size, unsigned char* to) {
     const auto header = static_cast<std::uint32_t>(size << 3 | static_cast<unsigned>(type) << 1 | (isLast ? 1 : 0));

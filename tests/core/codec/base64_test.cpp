@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/codec/made_bytes.h"
 
@@ -17,19 +18,18 @@ namespace {
 using namespace std::string_literals;
 using namespace std::string_view_literals;
 
+// In memory of just their size, so that a sanitizer sees a read beyond them.
+std::vector<unsigned char> own(std::string_view text) { return {text.begin(), text.end()}; }
+
 std::string encoded(std::string_view bytes) {
     ds::Vector<unsigned char> text;
-    EXPECT_TRUE(impl::encodeBase64(view(bytes), text));
+    EXPECT_TRUE(impl::encodeBase64(own(bytes), text));
     return asString(text);
 }
 
-// The text is copied to memory of its own size, so that a sanitizer sees a read beyond it.
 std::optional<std::string> decoded(std::string_view text) {
-    ds::Vector<unsigned char> own;
-    EXPECT_TRUE(own.resize(text.size()));
-    std::copy(text.begin(), text.end(), own.begin());
     ds::Vector<unsigned char> bytes;
-    if (!impl::decodeBase64({own.data(), own.size()}, bytes)) return std::nullopt;
+    if (!impl::decodeBase64(own(text), bytes)) return std::nullopt;
     return asString(bytes);
 }
 

@@ -81,6 +81,16 @@ TEST(Result, OfManyPiecesIsPutTogether) {
     }
 }
 
+TEST(Result, TakesNoMoreThanThePayloadAndTwiceWhatIsProducedAnd768KiB) {
+    constexpr std::uint64_t kPresent = 300 * kKiB;
+    Filled one(100 * kMiB, kPresent);
+    for (std::uint64_t size = 1000; size < 30 * kMiB; size += 1000) {
+        one.fillTo(size);
+        const auto taken = one.result.start() + static_cast<std::uint64_t>(one.result.end() - one.result.begin());
+        EXPECT_LE(taken, kPresent + 2 * (size - 1000) + 768 * kKiB) << "with " << size << " bytes produced";
+    }
+}
+
 TEST(Result, HasNoRoomBeyondItsClaim) {
     Filled one(2 * kMiB);
     one.fillTo(2 * kMiB - 10);

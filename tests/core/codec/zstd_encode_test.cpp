@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
@@ -97,6 +98,22 @@ TEST(ZstdEncodeFrame, SaysItsContentSizeInOneTwoFourBytes) {
         const FrameView frame = frameOf(encoded(std::string(row.size, 'a')));
         EXPECT_EQ(frame.contentSize, row.size);
         EXPECT_EQ(frame.headerSize, row.header) << row.size;
+    }
+}
+
+TEST(ZstdEncodeFrame, SaysLargeContentSizesInFourOrEightBytes) {
+    const struct {
+        std::uint64_t size;
+        Bytes header;
+    } kRows[] = {{kWindow, "28 b5 2f fd a4 00 00 20 00"_bytes},
+                 {kWindow + 1, "28 b5 2f fd 84 58 01 00 20 00"_bytes},
+                 {0xFFFFFFFF, "28 b5 2f fd 84 58 ff ff ff ff"_bytes},
+                 {0x100000000, "28 b5 2f fd c4 58 00 00 00 00 01 00 00 00"_bytes},
+                 {0x1122334455667788, "28 b5 2f fd c4 58 88 77 66 55 44 33 22 11"_bytes}};
+    for (const auto& row : kRows) {
+        unsigned char header[impl::zstd::kLargestFrameHeader];
+        unsigned char* const end = impl::zstd::writeFrameHeader(row.size, header);
+        EXPECT_EQ(Bytes{std::string(std::begin(header), end)}, row.header) << row.size;
     }
 }
 
