@@ -282,5 +282,42 @@ TEST(Encoded, NoiseWithFewMatchesIsAsKnown) {
     expectKnownThousand(noiseWithFewMatches, 484901, {428033, 0x68d890db}, {396153, 0xb73b2857}, {398507, 0x6d3bf2c2});
 }
 
+// ---- Contents on a border: two ways to encode them take nearly the same, and an estimate decides --------------------
+
+// 256 bytes, of which some are commoner than others.
+std::vector<unsigned char> commonAndRareLetters(std::mt19937_64& random) {
+    const auto below = [&random](std::size_t end) { return static_cast<std::size_t>(random() % end); };
+    const std::size_t letters = 2 + below(254);
+    const std::size_t common = 1 + below(letters);
+    const std::size_t rarity = 1 + below(8);
+    std::vector<unsigned char> bytes(256);
+    for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(below(below(rarity) != 0 ? common : letters));
+    return bytes;
+}
+
+TEST(Encoded, ContentsOnABorderAreAsKnown) {
+    static const struct {
+        const char* border;
+        std::vector<unsigned char> (*make)(std::mt19937_64&);
+        unsigned seed;
+        Compression kind;
+        std::size_t size;
+        Payload known;
+    } rows[] = {
+        {"stored, or with a match", noiseWithFewMatches, 1924, Compression::Zlib, 541, {552, 0x2a3244ba}},
+        {"raw literals, or coded ones", mixtureBytes, 3316, Compression::Zstd, 660, {153, 0xc991a5ab}},
+        {"raw literals, or four streams of them", commonAndRareLetters, 15, Compression::Zstd, 256, {270, 0xf6a15085}},
+        {"one block, or two", mixtureBytes, 7600, Compression::Zstd, 10035, {2465, 0x59a140ae}},
+        {"few bytes, sought in a table that begins empty", mixtureBytes, 7668, Compression::Zstd, 52, {56, 0x65c1fd2d}},
+    };
+    for (const auto& row : rows) {
+        std::mt19937_64 random(row.seed);
+        const std::vector<unsigned char> content = row.make(random);
+        ASSERT_EQ(content.size(), row.size) << row.border;
+        const ds::Vector<unsigned char> payload = compress(content.data(), content.size(), false, row.kind);
+        EXPECT_EQ((Payload{payload.size(), fingerprint({payload.data(), payload.size()})}), row.known) << row.border;
+    }
+}
+
 }  // namespace
 }  // namespace qor::test

@@ -505,8 +505,11 @@ void addArrays(Scenarios& all) {
     const auto takeNumbers = [](File& file, std::vector<double>& value) { return file.read(bufRef(std::span(value))); };
     const std::vector<double> one(1, -1);
     all.push_back(takes("A number of many digits", Format::Text, std::string(400, '0') + "1 ", one, one, takeNumbers));
-    all.push_back(takes("A number longer than a chunk", Format::Text, std::string(kHuge.size(), '0') + "1 ", one, one,
-                        takeNumbers));
+    // It comes in long pieces and a short one, which is a number too.
+    for (const std::size_t size : {kHuge.size(), 2 * kMiB + 100}) {
+        all.push_back(takes("A number longer than a chunk", Format::Text, '-' + std::string(size, '0') + "2 ", one, one,
+                            takeNumbers));
+    }
     const std::vector<double> two(2, -1);
     all.push_back(takes("A number across the end of a chunk", Format::Text,
                         std::string(kMiB - 30, '0') + "1 " + std::string(100, '0') + "2 ", two, two,

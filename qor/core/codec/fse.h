@@ -71,7 +71,7 @@ constexpr void spread(const Distribution& distribution, std::uint8_t* symbolOfRo
 /// that size. So the rows of a symbol share out all states among them, and the rarer it is the more bits it takes.
 template <typename Visit>
 constexpr void forEachRow(const Distribution& distribution, const Visit& visit) {
-    std::uint8_t symbolOfRow[kMaxRows] = {};
+    std::uint8_t symbolOfRow[kMaxRows];
     spread(distribution, symbolOfRow);
     std::uint16_t number[kMaxSymbols] = {};
     for (int symbol = 0; symbol < distribution.symbols; ++symbol) {
