@@ -90,6 +90,13 @@ void copyScalars(unsigned char* to, const unsigned char* from, std::uint64_t n) 
     }
 }
 
+/// Where the `next`-th scalar of all lies.
+template <typename Bits>
+unsigned char* scalarAt(const Items& items, std::uint64_t next) {
+    const std::uint64_t perItem = items.itemSize / sizeof(Bits);
+    return items.at(next / perItem) + next % perItem * sizeof(Bits);
+}
+
 /// Calls `copy(scalars, n)` for each run of scalars that lie in a row, `n` in all from the `next`-th on.
 template <typename Bits, typename Copy>
 void eachRun(const Items& items, std::uint64_t next, std::uint64_t n, Copy copy) {
@@ -98,11 +105,10 @@ void eachRun(const Items& items, std::uint64_t next, std::uint64_t n, Copy copy)
         return;
     }
     const std::uint64_t perItem = items.itemSize / sizeof(Bits);
-    std::uint64_t k = next / perItem;
-    const std::uint64_t j = next % perItem;
-    const std::uint64_t run = std::min(perItem - j, n);
-    copy(items.at(k++) + j * sizeof(Bits), run);
+    const std::uint64_t run = std::min(perItem - next % perItem, n);
+    copy(scalarAt<Bits>(items, next), run);
     n -= run;
+    std::uint64_t k = next / perItem + 1;
     // Sizes that the compiler knows make each copy a move or two.
     const auto whole = [&](auto size) {
         for (; n >= size; n -= size) copy(items.at(k++), size);

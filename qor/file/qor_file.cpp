@@ -895,7 +895,7 @@ bool File::readScalars(const Items& items) {
         }
         unsigned char scalar[sizeof(Bits)];
         if (readInternal(scalar, sizeof(Bits))) {
-            eachRun<Bits>(items, next, 1, [&](unsigned char* to, auto) { copyScalars<Bits>(to, scalar, 1); });
+            copyScalars<Bits>(scalarAt<Bits>(items, next), scalar, 1);
             missing = 0;
         } else {
             done = false;

@@ -644,7 +644,7 @@ bool File::readRecord(Value& value) {
 
 inline bool File::write(char value) {
     impl::File& file = self();
-    if (!file.hasRoom(1)) return file.write(value);
+    if (!file.hasRoom(sizeof(value))) return file.write(value);
     file.stage(value);
     return true;
 }

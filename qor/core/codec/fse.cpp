@@ -1,24 +1,22 @@
 // FSE: reading the description of a distribution.
 #include "qor/core/codec/fse.h"
 
+#include <algorithm>
+#include <cassert>
+
 namespace qor::impl::fse {
 namespace {
 
 // Bits from the lowest of each byte up. Beyond the end there are zeros; whoever is done asks how far it went.
 class ForwardBits {
  public:
-    explicit ForwardBits(Bytes from) : bytes(from) {}
+    explicit ForwardBits(Bytes from) : size(from.size()) {
+        std::copy_n(from.begin(), std::min(from.size(), kMostBytes), bytes);
+    }
 
     // The next `n` bits, at most 16, which stay.
     unsigned peek(int n) const {
-        const std::size_t at = position / 8;
-        std::uint32_t word = 0;
-        if (at + 4 <= bytes.size()) {
-            word = load<std::uint32_t>(bytes.data() + at);
-        } else {
-            for (std::size_t i = at; i < bytes.size(); ++i) word |= std::uint32_t{bytes[i]} << (8 * (i - at));
-        }
-        return (word >> (position % 8)) & ((1u << n) - 1);
+        return (load<std::uint32_t>(bytes + position / 8) >> (position % 8)) & ((1u << n) - 1);
     }
 
     void skip(int n) { position += static_cast<std::size_t>(n); }
@@ -30,10 +28,14 @@ class ForwardBits {
     }
 
     std::size_t bytesTaken() const { return (position + 7) / 8; }
-    bool isBeyondEnd() const { return bytesTaken() > bytes.size(); }
+    bool isBeyondEnd() const { return bytesTaken() > size; }
 
  private:
-    Bytes bytes;
+    // A description takes 12 bits for each symbol at most: its share, and that none without rows follow.
+    static constexpr std::size_t kMostBytes = 2 + kMaxSymbols * (kMaxAccuracy + 3) / 8;
+
+    unsigned char bytes[kMostBytes + sizeof(std::uint32_t)] = {};
+    std::size_t size;
     std::size_t position = 0;
 };
 
@@ -54,6 +56,7 @@ int takeNumber(ForwardBits& in, int largest) {
 }  // namespace
 
 std::size_t readDistribution(Bytes in, int largestAccuracy, int alphabet, Distribution& distribution) {
+    assert(largestAccuracy <= kMaxAccuracy && alphabet <= kMaxSymbols);
     ForwardBits bits(in);
     distribution.accuracy = static_cast<int>(bits.take(4)) + kMinAccuracy;
     if (distribution.accuracy > largestAccuracy) return 0;

@@ -30,7 +30,7 @@ consteval auto exactLog2s() {
 }
 constexpr auto kLog2 = exactLog2s();
 
-// log2(n) of any number above 0, in parts of a bit: between the numbers of the table that lie around its highest bits.
+// log2(n) in parts of a bit, and 0 for 0: between the numbers of the table that lie around its highest bits.
 std::uint64_t log2Of(std::uint32_t n) {
     if (n <= kMaxRows) return kLog2[n];
     const int more = static_cast<int>(std::bit_width(n)) - kMaxAccuracy;
@@ -67,23 +67,21 @@ Distribution distributionOf(Counts counts, int accuracy) {
     // Rows that are left over, or too many, go where they make the most, or least, difference: a row more for n changes
     // a symbol's cost by log2((n + 1) / n), about 1 / (n + 1/2), each time that it occurs. (Elections know this as the
     // method of Sainte-Lague.)
-    for (; left != 0; left -= left > 0 ? 1 : -1) {
+    const int step = left > 0 ? 1 : -1;
+    const auto halves = [&](std::size_t of) { return static_cast<std::uint64_t>(2 * distribution.shares[of] + step); };
+    for (; left != 0; left -= step) {
         std::size_t chosen = counts.size();
         for (std::size_t i = 0; i < counts.size(); ++i) {
-            const auto halves = [&](std::size_t of) {
-                const auto share = static_cast<std::uint64_t>(distribution.shares[of]);
-                return left > 0 ? 2 * share + 1 : 2 * share - 1;
-            };
-            if (counts[i] == 0 || (left < 0 && distribution.shares[i] == 1)) continue;
+            if (counts[i] == 0 || (step < 0 && distribution.shares[i] == 1)) continue;
             if (chosen == counts.size()) {
                 chosen = i;
                 continue;
             }
             const std::uint64_t mine = counts[i] * halves(chosen);
             const std::uint64_t best = counts[chosen] * halves(i);
-            if (left > 0 ? mine > best : mine < best) chosen = i;
+            if (step > 0 ? mine > best : mine < best) chosen = i;
         }
-        distribution.shares[chosen] = static_cast<std::int16_t>(distribution.shares[chosen] + (left > 0 ? 1 : -1));
+        distribution.shares[chosen] = static_cast<std::int16_t>(distribution.shares[chosen] + step);
     }
     while (distribution.shares[distribution.symbols - 1] == 0) --distribution.symbols;
     return distribution;
@@ -125,7 +123,6 @@ std::uint64_t entropy(Counts counts) {
     std::uint64_t total = 0;
     std::uint64_t known = 0;
     for (const std::uint32_t count : counts) {
-        if (count == 0) continue;
         total += count;
         known += count * log2Of(count);
     }

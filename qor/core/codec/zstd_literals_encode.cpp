@@ -107,8 +107,8 @@ unsigned char* writeWeightsInFse(std::span<const unsigned char> weights, unsigne
     std::uint32_t states[2];
     states[i % 2] = table.start(weights[i]);
     states[(i + 1) % 2] = table.start(weights[i + 1]);
-    for (; i > 0; --i) {
-        table.encode(states[(i - 1) % 2], weights[i - 1], out);
+    while (i-- > 0) {
+        table.encode(states[i % 2], weights[i], out);
         out.flush();
     }
     table.finish(states[1], out);
@@ -129,12 +129,10 @@ unsigned char* writeTree(const Lengths& lengths, unsigned char* to) {
         n = i;
     }
     const std::size_t direct = (n + 1) / 2;
-    if (n > 1) {
-        unsigned char* const end = writeWeightsInFse({weights.data(), n}, to + 1);
-        if (end && (n > kMostDirectWeights || static_cast<std::size_t>(end - to - 1) < direct)) {
-            *to = static_cast<unsigned char>(end - to - 1);
-            return end;
-        }
+    unsigned char* const end = writeWeightsInFse({weights.data(), n}, to + 1);
+    if (end && (n > kMostDirectWeights || static_cast<std::size_t>(end - to - 1) < direct)) {
+        *to = static_cast<unsigned char>(end - to - 1);
+        return end;
     }
     if (n > kMostDirectWeights) return nullptr;
     *to++ = static_cast<unsigned char>(127 + n);
