@@ -183,7 +183,7 @@ inline void readArray(View input, File::Format format) {
 
     bool done = false;
     const std::size_t peak = test::peakOf([&] { done = tried.file.read(ref); });
-    require(isModest(peak, bytes.size(), block.size), "memory is taken for what there is");
+    require(isModest(peak, tried, block.size), "memory is taken for what there is");
     if (!tried.isMeasured()) return;
 
     ArrayRead wanted;

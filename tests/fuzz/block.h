@@ -109,9 +109,8 @@ inline Block expectedBlock(View file, bool isText) {
 
 /// Whether memory was taken for what there is. A payload is held twice where it is text, and content that grows lies in
 /// two places for a moment, the former at most a quarter of the latter; it is never more than what is claimed.
-inline bool isModest(std::size_t peak, std::size_t present, std::uint64_t claimed) {
-    constexpr std::size_t kMiB = 0x100000;
-    return peak <= 2 * present + kMiB + std::min<std::uint64_t>(claimed, kMostMemory) / 4 * 5;
+inline bool isModest(std::size_t peak, const TriedFile& tried, std::uint64_t claimed) {
+    return peak <= tried.mostMemory() + std::min<std::uint64_t>(claimed, kMostMemory) / 4 * 5;
 }
 
 inline void readBlock(View input, File::Format format) {
@@ -122,7 +121,7 @@ inline void readBlock(View input, File::Format format) {
     Vector content = vectorOf(View(tried.bytes).first(std::min<std::size_t>(tried.bytes.size(), 3)));
     bool done = false;
     const std::size_t peak = test::peakOf([&] { done = tried.file.read(content, Compression::Zstd); });
-    require(isModest(peak, tried.bytes.size(), wanted.size), "memory is taken for what there is");
+    require(isModest(peak, tried, wanted.size), "memory is taken for what there is");
     tried.requireReason(done);
     require(done || content.capacity() == 0, "nothing is kept of what is refused");
     if (!tried.isMeasured()) return;

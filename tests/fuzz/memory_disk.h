@@ -41,6 +41,9 @@ class TriedFile {
     /// Bytes read since `bytes` began.
     std::uint64_t taken() const { return file.pos() - start; }
 
+    /// The most that reading may take of the heap: twice what is tried, 1 MiB, and the text of a failure.
+    std::size_t mostMemory() const { return 2 * bytes.size() + 0x100000 + 100; }
+
     /// Requires that the file says why a read failed, if it has.
     void requireReason(bool done) const { require(done || !file.ok(), "a failure has its text"); }
 

@@ -9,8 +9,6 @@
 namespace qor::fuzz {
 namespace {
 
-constexpr std::size_t kMiB = 0x100000;
-
 std::string upToZero(View bytes) {
     const std::string all(bytes.begin(), bytes.end());
     return all.substr(0, all.find('\0'));
@@ -69,7 +67,7 @@ void readRecords(View input) {
         std::string kept = "kept";
         bool done = false;
         const std::size_t peak = test::peakOf([&] { done = readText(tried.file, way, kept); });
-        require(peak <= 2 * tried.bytes.size() + kMiB, "memory is taken for what there is");
+        require(peak <= tried.mostMemory(), "memory is taken for what there is");
         tried.requireReason(done);
         require(done || kept == "kept", "what cannot be read changes nothing");
         if (!tried.isMeasured()) {
@@ -102,7 +100,7 @@ void readWhole(View input) {
     if (tried.start > 0) return;  // the text would be that of what lies before
     String whole;
     const std::size_t peak = test::peakOf([&] { whole = tried.file.read(); });
-    require(peak <= 2 * tried.bytes.size() + kMiB, "memory is taken for what there is");
+    require(peak <= tried.mostMemory(), "memory is taken for what there is");
     require(tried.taken() == 0, "the position stays");
     if (!tried.isMeasured()) {
         require(whole.isEmpty() && tried.file.error() == "Failed to read file.",
