@@ -1,8 +1,10 @@
-# A big-endian host: built by Debian's cross compiler, run by qemu's user-mode emulation.
+# A big-endian host: built by Clang with Debian's libraries for it, run by qemu's user-mode emulation.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR s390x)
-set(CMAKE_C_COMPILER s390x-linux-gnu-gcc)
-set(CMAKE_CXX_COMPILER s390x-linux-gnu-g++)
+set(CMAKE_C_COMPILER clang-14)
+set(CMAKE_C_COMPILER_TARGET s390x-linux-gnu)
+set(CMAKE_CXX_COMPILER clang++-14)
+set(CMAKE_CXX_COMPILER_TARGET s390x-linux-gnu)
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-s390x -L /usr/s390x-linux-gnu)
 set(CMAKE_FIND_ROOT_PATH /usr/s390x-linux-gnu)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

@@ -107,7 +107,8 @@ unsigned char* writeWeightsInFse(std::span<const unsigned char> weights, unsigne
     std::uint32_t states[2];
     states[i % 2] = table.start(weights[i]);
     states[(i + 1) % 2] = table.start(weights[i + 1]);
-    while (i-- > 0) {
+    while (i > 0) {
+        --i;
         table.encode(states[i % 2], weights[i], out);
         out.flush();
     }
