@@ -116,8 +116,8 @@ TEST(Lz4Frame, FramesAreMadeByteForByte) {
 
 TEST(Lz4Frame, AFrameIsKnownByItsFirstFourBytes) {
     const auto recognised = [](const std::string& bytes) {
-        const std::vector<unsigned char> payload(bytes.begin(),
-                                                 bytes.end());  // so that a sanitizer knows where it ends
+        // So that a sanitizer knows where they end.
+        const std::vector<unsigned char> payload(bytes.begin(), bytes.end());
         return lz4::recognises(payload);
     };
     EXPECT_TRUE(recognised("04 22 4d 18"_bytes.raw));
