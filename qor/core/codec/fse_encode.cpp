@@ -68,7 +68,7 @@ Distribution distributionOf(Counts counts, int accuracy) {
     // a symbol's cost by log2((n + 1) / n), about 1 / (n + 1/2), each time that it occurs. (Elections know this as the
     // method of Sainte-Lague.)
     const int step = left > 0 ? 1 : -1;
-    const auto halves = [&](std::size_t of) { return static_cast<std::uint64_t>(2 * distribution.shares[of] + step); };
+    const auto halves = [&](std::size_t of) { return 2 * std::int64_t{distribution.shares[of]} + step; };
     for (; left != 0; left -= step) {
         std::size_t chosen = counts.size();
         for (std::size_t i = 0; i < counts.size(); ++i) {
@@ -77,8 +77,8 @@ Distribution distributionOf(Counts counts, int accuracy) {
                 chosen = i;
                 continue;
             }
-            const std::uint64_t mine = counts[i] * halves(chosen);
-            const std::uint64_t best = counts[chosen] * halves(i);
+            const std::int64_t mine = counts[i] * halves(chosen);
+            const std::int64_t best = counts[chosen] * halves(i);
             if (step > 0 ? mine > best : mine < best) chosen = i;
         }
         distribution.shares[chosen] = static_cast<std::int16_t>(distribution.shares[chosen] + step);
