@@ -17,14 +17,6 @@
 
 namespace qor::test {
 
-/// A copy in memory of exactly its size, beyond which a sanitizer sees every read.
-inline ds::Vector<unsigned char> ownBytes(std::string_view text) {
-    ds::Vector<unsigned char> bytes;
-    EXPECT_TRUE(bytes.resize(text.size()));
-    std::copy(text.begin(), text.end(), bytes.begin());
-    return bytes;
-}
-
 /// The frame of `content`.
 inline std::string encodedFrame(std::string_view content) {
     ds::Vector<unsigned char> payload;

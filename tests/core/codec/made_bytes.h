@@ -1,6 +1,9 @@
 // Bytes as the codecs take and give them, and bytes without a pattern.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -15,6 +18,14 @@ inline impl::Bytes view(std::string_view text) {
     return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
 }
 inline impl::Bytes view(const ds::Vector<unsigned char>& bytes) { return {bytes.data(), bytes.size()}; }
+
+/// A copy in memory of exactly its size, beyond which a sanitizer sees every read.
+inline ds::Vector<unsigned char> ownBytes(std::string_view text) {
+    ds::Vector<unsigned char> bytes;
+    EXPECT_TRUE(bytes.resize(text.size()));
+    std::copy(text.begin(), text.end(), bytes.begin());
+    return bytes;
+}
 
 inline std::string asString(const ds::Vector<unsigned char>& bytes) { return std::string(bytes.begin(), bytes.end()); }
 
