@@ -403,9 +403,11 @@ bool File::endsBefore(std::uint64_t n) const {
 }
 
 // Bytes that can be read without a refill. Where reads are admitted beside writes, staged bytes can pass for a chunk
-// that is not there; its end then wraps, and the buffer's end is the limit.
+// that is not there; its end then wraps, and the buffer's end or the file's is the limit.
 std::uint64_t File::unread() const {
-    return std::min(wrappedDifference(chunkEnd, chunkStart + bufPos), kStagingSize - bufPos);
+    if (endsBefore(0)) return 0;
+    const std::uint64_t at = chunkStart + bufPos;
+    return std::min({wrappedDifference(chunkEnd, at), kStagingSize - bufPos, length - at});
 }
 
 std::uint64_t File::seek(std::int64_t offset, std::uint32_t whence) {
@@ -964,8 +966,9 @@ bool File::readToken(Token& token, bool& isWhole) {
 template <typename Keep>
 bool File::takeToken(Keep keep) {
     for (;;) {
-        if (mode == Mode::Read && bufPos > 0) {
-            const std::string_view loaded(reinterpret_cast<const char*>(buffer.at(bufPos)), unread());
+        if (bufPos > 0) {
+            const std::uint64_t left = unread();
+            const std::string_view loaded(reinterpret_cast<const char*>(buffer.view(bufPos, left)), left);
             const std::size_t size = std::min(loaded.find(' '), loaded.size());
             const bool ended = size < loaded.size();
             keep(loaded.substr(0, size));
@@ -982,9 +985,10 @@ bool File::takeToken(Keep keep) {
 // Reads at most `count` numbers, each with the space behind it, while they lie in the loaded chunk. Gives how many.
 template <typename T>
 std::uint64_t File::takeNumbers(unsigned char* to, std::uint64_t itemSize, std::uint64_t count) {
-    if (mode != Mode::Read || bufPos == 0) return 0;
-    const char* const start = reinterpret_cast<const char*>(buffer.at(bufPos));
-    const char* const end = start + unread();
+    if (bufPos == 0) return 0;
+    const std::uint64_t left = unread();
+    const char* const start = reinterpret_cast<const char*>(buffer.view(bufPos, left));
+    const char* const end = start + left;
     const char* at = start;
     std::uint64_t taken = 0;
     for (; taken < count; ++taken, to += itemSize) {

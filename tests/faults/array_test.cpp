@@ -80,5 +80,48 @@ TEST_F(ArrayOnDisk, OfTextsGivesUpOnlyWhereNothingArrivesBetween) {
     EXPECT_EQ(values.back(), 5u);
 }
 
+// ---- Behind staged bytes --------------------------------------------------------------------------------------------
+
+TEST_F(ArrayOnDisk, OfTextsInTheThirdModeReadsTheZerosUpToTheLengthAsOneToken) {
+    disk.claimLength(kPath, 10);
+    opened(Mode::ReadWrite);
+    EXPECT_EQ(file.seek(0), 0u);
+    stage(4);
+    std::vector<std::uint32_t> values = {7, 7};
+    EXPECT_FALSE(readInto(values));
+    EXPECT_EQ(values, (std::vector<std::uint32_t>{7, 7}));
+    EXPECT_EQ(stateOf(file), "pos 10, len 10, binary, eof: Attempted to read beyond file size.");
+}
+
+TEST_F(ArrayOnDisk, OfTextsInTheThirdModeReadsNothingWhereMoreIsStagedThanTheLength) {
+    disk.claimLength(kPath, 10);
+    opened(Mode::ReadWrite);
+    EXPECT_EQ(file.seek(0), 0u);
+    stage(12);
+    std::vector<std::uint32_t> values = {7};
+    EXPECT_FALSE(readInto(values));
+    EXPECT_EQ(stateOf(file), "pos 12, len 10, binary, eof: Attempted to read beyond file size.");
+}
+
+TEST_F(ArrayOnDisk, OfTextsWithoutALengthReadsTheZerosUpToTheEndOfTheBuffer) {
+    openedWithoutALength(Mode::ReadWrite);
+    stage(4);
+    std::vector<std::uint32_t> values = {7};
+    EXPECT_FALSE(readInto(values));
+    EXPECT_EQ(disk.transcript(), "read 1048576 -> 0");
+    EXPECT_EQ(stateOf(file), "pos 1048576, len all bits set, binary: Fread failed. Requested 1048576, read 0.");
+}
+
+TEST_F(ArrayOnDisk, OfTextsInAModeThatIsNoneGoesOnInTheChunkBehindWhatIsStaged) {
+    openedOn("a_12 34 5", Format::Text, kFourthMode);
+    char c = '?';
+    EXPECT_TRUE(file.read(c));
+    EXPECT_TRUE(file.write('x'));
+    std::vector<std::uint32_t> values = {7, 7};
+    EXPECT_TRUE(readInto(values));
+    EXPECT_EQ(values, (std::vector<std::uint32_t>{12, 34}));
+    EXPECT_EQ(stateOf(file), "pos 8, len 9, text");
+}
+
 }  // namespace
 }  // namespace qor::test
