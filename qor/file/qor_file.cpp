@@ -982,7 +982,7 @@ bool File::takeToken(Keep keep) {
     }
 }
 
-// Reads at most `count` numbers, each with the space behind it, while they lie in the loaded chunk. Gives how many.
+// Reads at most `count` numbers, each with the space behind it, while they lie in the buffer. Gives how many.
 template <typename T>
 std::uint64_t File::takeNumbers(unsigned char* to, std::uint64_t itemSize, std::uint64_t count) {
     if (bufPos == 0) return 0;
