@@ -410,6 +410,13 @@ std::uint64_t File::unread() const {
     return std::min({wrappedDifference(chunkEnd, at), kStagingSize - bufPos, length - at});
 }
 
+// Those bytes, but for a chunk that no read has begun.
+std::string_view File::unreadText() {
+    if (bufPos == 0) return {};
+    const std::uint64_t size = unread();
+    return {reinterpret_cast<const char*>(buffer.view(bufPos, size)), size};
+}
+
 std::uint64_t File::seek(std::int64_t offset, std::uint32_t whence) {
     check();
     if (!stream) {
@@ -966,15 +973,12 @@ bool File::readToken(Token& token, bool& isWhole) {
 template <typename Keep>
 bool File::takeToken(Keep keep) {
     for (;;) {
-        if (bufPos > 0) {
-            const std::uint64_t left = unread();
-            const std::string_view loaded(reinterpret_cast<const char*>(buffer.view(bufPos, left)), left);
-            const std::size_t size = std::min(loaded.find(' '), loaded.size());
-            const bool ended = size < loaded.size();
-            keep(loaded.substr(0, size));
-            bufPos += size + ended;
-            if (ended) return true;
-        }
+        const std::string_view loaded = unreadText();
+        const std::size_t size = std::min(loaded.find(' '), loaded.size());
+        const bool ended = size < loaded.size();
+        keep(loaded.substr(0, size));
+        bufPos += size + ended;
+        if (ended) return true;
         char character = 0;
         if (!read(character)) return false;
         if (character == ' ') return true;
@@ -985,11 +989,9 @@ bool File::takeToken(Keep keep) {
 // Reads at most `count` numbers, each with the space behind it, while they lie in the buffer. Gives how many.
 template <typename T>
 std::uint64_t File::takeNumbers(unsigned char* to, std::uint64_t itemSize, std::uint64_t count) {
-    if (bufPos == 0) return 0;
-    const std::uint64_t left = unread();
-    const char* const start = reinterpret_cast<const char*>(buffer.view(bufPos, left));
-    const char* const end = start + left;
-    const char* at = start;
+    const std::string_view loaded = unreadText();
+    const char* const end = loaded.data() + loaded.size();
+    const char* at = loaded.data();
     std::uint64_t taken = 0;
     for (; taken < count; ++taken, to += itemSize) {
         T value{};
@@ -998,7 +1000,7 @@ std::uint64_t File::takeNumbers(unsigned char* to, std::uint64_t itemSize, std::
         std::memcpy(to, &value, sizeof(T));
         at = behind + 1;
     }
-    bufPos += static_cast<std::uint64_t>(at - start);
+    bufPos += static_cast<std::uint64_t>(at - loaded.data());
     return taken;
 }
 

@@ -485,6 +485,7 @@ class File final : public RefCounted {
     bool refill();
     bool endsBefore(std::uint64_t n) const;
     std::uint64_t unread() const;
+    std::string_view unreadText();
     template <typename Take>
     bool readPieces(std::uint64_t n, Take take);
     template <typename Text>

@@ -74,11 +74,11 @@ std::size_t readDistribution(Bytes in, int largestAccuracy, int alphabet, Distri
             ++symbolsWithRows;
             continue;
         }
-        // A symbol without rows is followed by the count of those that come next, in steps of 3.
+        // A symbol without rows is followed by the count of those that come next, in steps of 3. Where they are more
+        // than there are symbols, the next turn refuses them: rows are left.
         unsigned more;
         do {
             more = bits.take(2);
-            if (symbol + static_cast<int>(more) > alphabet) return 0;
             symbol += static_cast<int>(more);
         } while (more == 3);
     }

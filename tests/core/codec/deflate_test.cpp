@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <random>
@@ -607,6 +608,28 @@ TEST(Deflate, CodesChangeWithTheContent) {
     const std::string mixed = text + noise(60000, 11) + text;
     EXPECT_LT(encoded(mixed).size(), 2 * encoded(text).size() + 60000 + 1000);
     expectRoundTrip(mixed, "mixed");
+}
+
+// Distances of fifteen symbols, each about twice as frequent as the one before. Each match is of eight bytes of noise
+// that no other has, so that it is found at that distance alone.
+TEST(Deflate, DistancesMayHaveWordsOfFifteenBits) {
+    std::vector<std::size_t> symbols;
+    for (std::size_t symbol = 15, count = 1; symbol < kDistances.size(); ++symbol, count += count * 3 / 4 + 1) {
+        symbols.insert(symbols.end(), count, symbol);
+    }
+    std::shuffle(symbols.begin(), symbols.end(), std::mt19937(13));
+    const std::string fresh = noise(32768 + 24 * symbols.size(), 14);
+    std::string content = fresh.substr(0, 32768);
+    std::string isTaken(content.size(), '\0');
+    for (std::size_t i = 0; i < symbols.size(); ++i) {
+        const auto [base, extraBits] = kDistances[symbols[i]];
+        const std::size_t nearest = content.size() - base;
+        const std::size_t from = isTaken.rfind(std::string(8, '\0'), nearest);
+        ASSERT_LT(nearest - from, std::size_t{1} << extraBits);
+        content += content.substr(from, 8) + fresh.substr(32768 + 24 * i, 24);
+        isTaken.replace(from, 8, 8, '\1').append(8, '\1').append(24, '\0');
+    }
+    expectRoundTrip(content, "distances of all kinds");
 }
 
 TEST(Deflate, EqualContentMakesEqualStreams) {
