@@ -610,8 +610,9 @@ TEST(Deflate, CodesChangeWithTheContent) {
     expectRoundTrip(mixed, "mixed");
 }
 
-// Distances of fifteen symbols, each about twice as frequent as the one before. Each match is of eight bytes of noise
-// that no other has, so that it is found at that distance alone.
+// Distances of fifteen symbols, each about twice as frequent as the one before, and of another that the noise has once
+// by chance: of sixteen such words the longest have 15 bits. Each match is of eight bytes that no other has, so that it
+// is found at that distance alone.
 TEST(Deflate, DistancesMayHaveWordsOfFifteenBits) {
     std::vector<std::size_t> symbols;
     for (std::size_t symbol = 15, count = 1; symbol < kDistances.size(); ++symbol, count += count * 3 / 4 + 1) {
