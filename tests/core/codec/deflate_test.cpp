@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <functional>
 #include <map>
 #include <random>
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "core/codec/deflate_stream.h"
@@ -610,16 +612,52 @@ TEST(Deflate, CodesChangeWithTheContent) {
     expectRoundTrip(mixed, "mixed");
 }
 
-// Distances of fifteen symbols, each about twice as frequent as the one before, and of another that the noise has once
-// by chance: of sixteen such words the longest have 15 bits. Each match is of eight bytes that no other has, so that it
-// is found at that distance alone.
+// The longest word of the first distance code that a stream gives (RFC 1951, 3.2.7).
+unsigned longestDistanceWord(const std::string& stream) {
+    std::size_t at = 0;  // in bits
+    const auto take = [&](unsigned bits) {
+        unsigned value = 0;
+        for (unsigned i = 0; i < bits; ++i, ++at)
+            value |= (static_cast<unsigned char>(stream.at(at / 8)) >> at % 8 & 1u) << i;
+        return value;
+    };
+    while (take(3) >> 1 == 0) {  // stored
+        at = (at + 7) / 8 * 8;
+        const std::size_t size = take(16);
+        at += 16 + 8 * size;
+    }
+    const std::size_t literals = 257 + take(5), all = literals + 1 + take(5);
+    std::array<unsigned, 19> bitsOf{};
+    for (unsigned i = 0, given = 4 + take(4); i < given; ++i) bitsOf[kLengthOrder[i]] = take(3);
+    std::map<std::pair<unsigned, unsigned>, unsigned> symbols;  // by the bits of a word, and the word
+    for (unsigned bits = 1, word = 0; bits <= 7; ++bits, word *= 2) {
+        for (unsigned symbol = 0; symbol < bitsOf.size(); ++symbol) {
+            if (bitsOf[symbol] == bits) symbols[{bits, word++}] = symbol;
+        }
+    }
+    std::vector<unsigned> lengths;
+    while (lengths.size() < all) {
+        unsigned bits = 0, word = 0;
+        do word = word * 2 + take(1);
+        while (!symbols.contains({++bits, word}));
+        const unsigned symbol = symbols[{bits, word}];
+        if (symbol < 16) lengths.push_back(symbol);
+        if (symbol == 16) lengths.insert(lengths.end(), 3 + take(2), lengths.back());
+        if (symbol == 17) lengths.insert(lengths.end(), 3 + take(3), 0);
+        if (symbol == 18) lengths.insert(lengths.end(), 11 + take(7), 0);
+    }
+    return *std::max_element(lengths.begin() + static_cast<std::ptrdiff_t>(literals), lengths.end());
+}
+
+// Distances of sixteen symbols in one block, each two thirds more frequent than the one before: the rarest then have
+// words of fifteen bits. Each match is of eight bytes that no other has, so that it is found at that distance alone.
 TEST(Deflate, DistancesMayHaveWordsOfFifteenBits) {
     std::vector<std::size_t> symbols;
-    for (std::size_t symbol = 15, count = 1; symbol < kDistances.size(); ++symbol, count += count * 3 / 4 + 1) {
+    for (std::size_t symbol = 14, count = 1; symbol < kDistances.size(); ++symbol, count += count * 2 / 3 + 1) {
         symbols.insert(symbols.end(), count, symbol);
     }
     std::shuffle(symbols.begin(), symbols.end(), std::mt19937(13));
-    const std::string fresh = noise(32768 + 24 * symbols.size(), 14);
+    const std::string fresh = noise(32768 + 20 * symbols.size(), 14);
     std::string content = fresh.substr(0, 32768);
     std::string isTaken(content.size(), '\0');
     for (std::size_t i = 0; i < symbols.size(); ++i) {
@@ -627,9 +665,10 @@ TEST(Deflate, DistancesMayHaveWordsOfFifteenBits) {
         const std::size_t nearest = content.size() - base;
         const std::size_t from = isTaken.rfind(std::string(8, '\0'), nearest);
         ASSERT_LT(nearest - from, std::size_t{1} << extraBits);
-        content += content.substr(from, 8) + fresh.substr(32768 + 24 * i, 24);
-        isTaken.replace(from, 8, 8, '\1').append(8, '\1').append(24, '\0');
+        content += content.substr(from, 8) + fresh.substr(32768 + 20 * i, 20);
+        isTaken.replace(from, 8, 8, '\1').append(8, '\1').append(20, '\0');
     }
+    EXPECT_EQ(longestDistanceWord(encoded(content)), 15u);
     expectRoundTrip(content, "distances of all kinds");
 }
 
