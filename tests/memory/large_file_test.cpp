@@ -205,8 +205,9 @@ TEST(LargeWrite, Of4GiBInOneCallGoesStraightThrough) {
 }
 
 TEST(LargePrint, OfMoreThanAnIntCountsIsTheEmptyText) {
-    const volatile int width = std::numeric_limits<int>::max();  // the compiler would refuse what it sees through
-    EXPECT_TRUE(String::format("%*d and more", width, 5).isEmpty());
+    // The C library makes all of the first before it gives up. For a short run there is one that it refuses at once.
+    const char* const fmt = isBrief() ? "%2147483648d" : "%*d and more";
+    EXPECT_TRUE(String::format(fmt, std::numeric_limits<int>::max(), 5).isEmpty());
 }
 
 }  // namespace
