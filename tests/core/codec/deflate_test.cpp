@@ -1,3 +1,5 @@
+// deflate.h: tables, streams bit by bit, every reason to refuse one, the fast loop beside the plain one, and what the
+// encoder makes of content of all kinds.
 #include "qor/core/codec/deflate.h"
 
 #include <gtest/gtest.h>
@@ -14,6 +16,7 @@
 #include <vector>
 
 #include "core/codec/deflate_stream.h"
+#include "qor/core/codec/bits.h"
 #include "qor/core/codec/deflate_tables.h"
 
 namespace qor::impl::deflate {
@@ -613,38 +616,42 @@ TEST(Deflate, CodesChangeWithTheContent) {
 }
 
 // The longest word of the first distance code that a stream gives (RFC 1951, 3.2.7).
-unsigned longestDistanceWord(const std::string& stream) {
-    std::size_t at = 0;  // in bits
-    const auto take = [&](unsigned bits) {
-        unsigned value = 0;
-        for (unsigned i = 0; i < bits; ++i, ++at)
-            value |= (static_cast<unsigned char>(stream.at(at / 8)) >> at % 8 & 1u) << i;
-        return value;
+std::size_t longestDistanceWord(const std::string& stream) {
+    BitReader in(bytesOf(stream));
+    const auto take = [&in](unsigned bits) {
+        in.refill();
+        return in.take(bits);
     };
-    while (take(3) >> 1 == 0) {  // stored
-        at = (at + 7) / 8 * 8;
+    while (take(3) >> 1 == 0 && !in.overran()) {  // stored
+        in.alignToByte();
         const std::size_t size = take(16);
-        at += 16 + 8 * size;
+        in.alignToByte();
+        in.at += 2 + size;
     }
-    const std::size_t literals = 257 + take(5), all = literals + 1 + take(5);
-    std::array<unsigned, 19> bitsOf{};
-    for (unsigned i = 0, given = 4 + take(4); i < given; ++i) bitsOf[kLengthOrder[i]] = take(3);
-    std::map<std::pair<unsigned, unsigned>, unsigned> symbols;  // by the bits of a word, and the word
-    for (unsigned bits = 1, word = 0; bits <= 7; ++bits, word *= 2) {
-        for (unsigned symbol = 0; symbol < bitsOf.size(); ++symbol) {
+    const std::size_t literals = kFirstLength + take(5);
+    const std::size_t all = literals + 1 + take(5);
+    std::array<int, kLengthSymbols> bitsOf{};
+    for (std::size_t i = 0, end = 4 + take(4); i < end; ++i) bitsOf[kLengthOrder[i]] = static_cast<int>(take(3));
+    std::map<std::pair<int, unsigned>, std::size_t> symbols;  // by the bits of a word, and the word
+    unsigned word = 0;
+    for (int bits = 1; bits <= kMaxLengthCodeBits; ++bits, word *= 2) {
+        for (std::size_t symbol = 0; symbol < kLengthSymbols; ++symbol) {
             if (bitsOf[symbol] == bits) symbols[{bits, word++}] = symbol;
         }
     }
-    std::vector<unsigned> lengths;
+    std::vector<std::size_t> lengths;
     while (lengths.size() < all) {
-        unsigned bits = 0, word = 0;
-        do word = word * 2 + take(1);
-        while (!symbols.contains({++bits, word}));
-        const unsigned symbol = symbols[{bits, word}];
-        if (symbol < 16) lengths.push_back(symbol);
-        if (symbol == 16) lengths.insert(lengths.end(), 3 + take(2), lengths.back());
-        if (symbol == 17) lengths.insert(lengths.end(), 3 + take(3), 0);
-        if (symbol == 18) lengths.insert(lengths.end(), 11 + take(7), 0);
+        int bits = 1;
+        for (word = take(1); bits < kMaxLengthCodeBits && !symbols.contains({bits, word}); ++bits) {
+            word = word * 2 + take(1);
+        }
+        const std::size_t symbol = symbols.at({bits, word});
+        if (symbol < kRepeatLength) {
+            lengths.push_back(symbol);
+        } else {
+            const Range run = kRuns[symbol - kRepeatLength];
+            lengths.insert(lengths.end(), run.base + take(run.extraBits), symbol == kRepeatLength ? lengths.back() : 0);
+        }
     }
     return *std::max_element(lengths.begin() + static_cast<std::ptrdiff_t>(literals), lengths.end());
 }
@@ -652,21 +659,22 @@ unsigned longestDistanceWord(const std::string& stream) {
 // Distances of sixteen symbols in one block, each two thirds more frequent than the one before: the rarest then have
 // words of fifteen bits. Each match is of eight bytes that no other has, so that it is found at that distance alone.
 TEST(Deflate, DistancesMayHaveWordsOfFifteenBits) {
+    constexpr std::size_t kMatched = 8, kFresh = 20;
     std::vector<std::size_t> symbols;
     for (std::size_t symbol = 14, count = 1; symbol < kDistances.size(); ++symbol, count += count * 2 / 3 + 1) {
         symbols.insert(symbols.end(), count, symbol);
     }
     std::shuffle(symbols.begin(), symbols.end(), std::mt19937(13));
-    const std::string fresh = noise(32768 + 20 * symbols.size(), 14);
-    std::string content = fresh.substr(0, 32768);
+    const std::string fresh = noise(kWindowSize + kFresh * symbols.size(), 14);
+    std::string content = fresh.substr(0, kWindowSize);
     std::string isTaken(content.size(), '\0');
     for (std::size_t i = 0; i < symbols.size(); ++i) {
         const auto [base, extraBits] = kDistances[symbols[i]];
         const std::size_t nearest = content.size() - base;
-        const std::size_t from = isTaken.rfind(std::string(8, '\0'), nearest);
+        const std::size_t from = isTaken.rfind(std::string(kMatched, '\0'), nearest);
         ASSERT_LT(nearest - from, std::size_t{1} << extraBits);
-        content += content.substr(from, 8) + fresh.substr(32768 + 20 * i, 20);
-        isTaken.replace(from, 8, 8, '\1').append(8, '\1').append(20, '\0');
+        content += content.substr(from, kMatched) + fresh.substr(kWindowSize + kFresh * i, kFresh);
+        isTaken.replace(from, kMatched, kMatched, '\1').append(kMatched, '\1').append(kFresh, '\0');
     }
     EXPECT_EQ(longestDistanceWord(encoded(content)), 15u);
     expectRoundTrip(content, "distances of all kinds");
